@@ -1,0 +1,91 @@
+#!/usr/bin/env bash
+# Kestrel3: set up, build, test and run on a Debian machine.
+#   ./kestrel3.sh demo            build everything and run the main job under Wine
+#   ./kestrel3.sh test            build everything and run every test (native, sanitizers, Wine)
+#   ./kestrel3.sh build           build everything (build/native, build/native-asan, build/windows)
+#   ./kestrel3.sh fuzz [SECONDS] [TARGET]   build the libFuzzer targets and run each (default 60 s)
+#   ./kestrel3.sh bench           build and run the native benchmarks
+set -euo pipefail
+cd "$(dirname "$0")"
+ROOT=$(pwd)
+JOBS=${JOBS:-$(nproc)}
+
+PACKAGES=(cmake ninja-build g++ clang libclang-rt-14-dev googletest libbenchmark-dev python3
+          g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64)
+
+log() { printf '== %s\n' "$*"; }
+
+setup() {
+  local missing=()
+  for p in "${PACKAGES[@]}"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
+  done
+  if [ ${#missing[@]} -gt 0 ]; then
+    log "installing: ${missing[*]}"
+    local sudo=""; [ "$(id -u)" -eq 0 ] || sudo="sudo"
+    $sudo apt-get update -q
+    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -q --no-install-recommends "${missing[@]}"
+  fi
+  # Wine keeps its own Windows tree for this checkout, quiet unless a test asks for a channel.
+  export WINEPREFIX="$ROOT/build/wineprefix"
+  export WINEDEBUG="${WINEDEBUG:--all}"
+  export WINEDLLOVERRIDES="${WINEDLLOVERRIDES:-mscoree,mshtml=}"
+  mkdir -p "$ROOT/build"
+  if [ ! -f "$WINEPREFIX/system.reg" ]; then
+    log "preparing the Wine prefix"
+    /usr/lib/wine/wine64 wineboot -i >/dev/null 2>&1 || true
+    /usr/lib/wine/wineserver -w || true
+  fi
+}
+
+configure_build() {
+  local preset=$1; shift
+  log "configure + build: $preset"
+  cmake --preset "$preset" >/dev/null
+  cmake --build --preset "$preset" -j "$JOBS" "$@"
+}
+
+build_all() {
+  configure_build native
+  configure_build native-asan
+  configure_build windows
+}
+
+run_tests() {
+  local preset=$1
+  log "tests: $preset"
+  (cd "build/$preset" && ctest --output-on-failure -j "$JOBS" --timeout 900)
+}
+
+cmd=${1:-test}
+case "$cmd" in
+  build)
+    setup; build_all ;;
+  test)
+    setup; build_all
+    run_tests native
+    run_tests native-asan
+    run_tests windows
+    log "all tests passed" ;;
+  demo)
+    setup; configure_build windows
+    log "demo"
+    /usr/lib/wine/wine64 build/windows/k3-demo.exe "${@:2}" ;;
+  fuzz)
+    setup; configure_build fuzz
+    secs=${2:-60}; only=${3:-}
+    for f in build/fuzz/fuzz-*; do
+      [ -x "$f" ] || continue
+      name=$(basename "$f")
+      [ -z "$only" ] || [ "$name" = "$only" ] || continue
+      corpus="build/fuzz/corpus/$name"; mkdir -p "$corpus"
+      seeds="fuzz/seeds/$name"; [ -d "$seeds" ] || seeds=""
+      log "fuzz: $name for $secs s"
+      "$f" -max_total_time="$secs" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 "$corpus" $seeds
+    done ;;
+  bench)
+    setup; configure_build native
+    for b in build/native/bench-*; do [ -x "$b" ] && "$b"; done ;;
+  *)
+    echo "usage: $0 {demo|test|build|fuzz [SECONDS] [TARGET]|bench}" >&2; exit 2 ;;
+esac
