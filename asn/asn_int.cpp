@@ -1,0 +1,66 @@
+#include "asn/asn_int.h"
+
+#include "asn/asn_print.h"
+
+namespace CSTA3V6 {
+
+AsnLen AsnInt::BEncContent(AsnBuf &b) const {
+  const uint32_t v = uint32_t(value);
+  // Shortest two's complement: drop a leading octet while the nine top bits of
+  // what remains are all equal (the dropped octet only repeats the sign).
+  AsnLen n = 4;
+  while (n > 1) {
+    uint32_t top9 = (v >> (8 * n - 9)) & 0x1FFu;
+    if (top9 != 0 && top9 != 0x1FFu) break;
+    --n;
+  }
+  for (AsnLen i = 0; i < n; ++i) b.PutByteRvs((unsigned char)(v >> (8 * i)));
+  return n;
+}
+
+AsnLen AsnInt::BEnc(AsnBuf &b) const {
+  AsnLen l = BEncContent(b);
+  l += BEncDefLen(b, l);
+  b.PutByteRvs(0x02);
+  return l + 1;
+}
+
+void AsnInt::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
+  if (BDecTag(b, bytesDecoded) != 0x02000000u) AsnThrow(-53);
+  AsnLen len = BDecLen(b, bytesDecoded);
+  BDecContent(b, 0x02000000u, len, bytesDecoded);
+}
+
+void AsnInt::BDecContent(AsnBuf &b, AsnTag, AsnLen len, AsnLen &bytesDecoded) {
+  if (len > 4) AsnThrow(-7);
+  // A zero length still reads one octet: the value is that octet.
+  uint32_t v = b.GetByte();
+  if (v & 0x80u) v |= 0xFFFFFF00u;
+  for (AsnLen i = 1; i < len; ++i) v = (v << 8) | b.GetByte();
+  bytesDecoded += len;
+  if (b.readError) AsnThrow(-8);
+  value = int32_t(v);
+}
+
+void AsnInt::Print(AsnPrintStream &os) const {
+  if (os.tagged) {
+    os << " = " << "<INT>" << value << "</INT>";
+  } else {
+    os << " = " << value;
+  }
+}
+
+AsnLen AsnEnum::BEnc(AsnBuf &b) const {
+  AsnLen l = BEncContent(b);
+  l += BEncDefLen(b, l);
+  b.PutByteRvs(0x0A);
+  return l + 1;
+}
+
+void AsnEnum::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
+  if (BDecTag(b, bytesDecoded) != 0x0A000000u) AsnThrow(-52);
+  AsnLen len = BDecLen(b, bytesDecoded);
+  BDecContent(b, 0x0A000000u, len, bytesDecoded);
+}
+
+}  // namespace CSTA3V6

@@ -1,0 +1,150 @@
+#include <gtest/gtest.h>
+
+#include "asn/asn.h"
+#include "tests/asn/asn_test_util.h"
+
+using namespace CSTA3V6;
+using k3test::Bytes;
+using k3test::Printed;
+
+namespace {
+
+// A SEQUENCE OF INTEGER with its universal outer tag, the way an enclosing
+// type wraps a list.
+struct IntSeqOf {
+  AsnList<AsnInt> list;
+  AsnLen BEnc(AsnBuf &b) const {
+    AsnLen l = list.BEncContent(b);
+    l += BEncDefLen(b, l);
+    b.PutByteRvs(0x30);
+    return l + 1;
+  }
+  void BDec(AsnBuf &b, AsnLen &bytesDecoded) {
+    if (BDecTag(b, bytesDecoded) != 0x30000000u) AsnThrow(-999);
+    AsnLen len = BDecLen(b, bytesDecoded);
+    list.BDecContent(b, 0x30000000u, len, bytesDecoded);
+  }
+};
+
+std::vector<int32_t> Values(const AsnList<AsnInt> &l) {
+  std::vector<int32_t> out;
+  for (const AsnInt &v : l) out.push_back(v.value);
+  return out;
+}
+
+}  // namespace
+
+TEST(AsnList, AppendLinksAndCopyKeepsOrder) {
+  AsnList<AsnInt> l;
+  EXPECT_EQ(l.Count(), 0u);
+  EXPECT_EQ(l.First(), nullptr);
+  for (int32_t i = 1; i <= 5; ++i) l.Append()->Set(i * 10);
+  EXPECT_EQ(l.Count(), 5u);
+  EXPECT_EQ(l.First()->prev, nullptr);
+  EXPECT_EQ(l.Last()->next, nullptr);
+  EXPECT_EQ(l.First()->elmt.value, 10);
+  EXPECT_EQ(l.Last()->elmt.value, 50);
+  EXPECT_EQ(AsnList<AsnInt>::Next(l.First())->elmt.value, 20);
+  EXPECT_EQ(AsnList<AsnInt>::Prev(l.Last())->elmt.value, 40);
+  // Walking backwards visits every node.
+  std::vector<int32_t> back;
+  for (auto *n = l.Last(); n; n = n->prev) back.push_back(n->elmt.value);
+  EXPECT_EQ(back, (std::vector<int32_t>{50, 40, 30, 20, 10}));
+
+  AsnList<AsnInt> c(l);
+  EXPECT_EQ(Values(c), (std::vector<int32_t>{10, 20, 30, 40, 50}));
+  EXPECT_EQ(c.Count(), 5u);
+  EXPECT_NE(c.First(), l.First());
+
+  AsnList<AsnInt> shorter;
+  shorter.Append()->Set(7);
+  c = shorter;
+  EXPECT_EQ(Values(c), (std::vector<int32_t>{7}));
+  EXPECT_EQ(c.Last(), c.First());
+  AsnList<AsnInt> &alias = c;
+  c = alias;
+  EXPECT_EQ(Values(c), (std::vector<int32_t>{7}));
+
+  l.RemoveAll();
+  EXPECT_EQ(l.Count(), 0u);
+  EXPECT_EQ(l.First(), nullptr);
+  EXPECT_EQ(l.Last(), nullptr);
+  l.Append()->Set(1);
+  EXPECT_EQ(Values(l), (std::vector<int32_t>{1}));
+
+  // Owning elements copy deeply.
+  AsnList<AsnOcts> os;
+  os.Append()->Set("one");
+  os.Append()->Set("two");
+  AsnList<AsnOcts> oc = os;
+  os.First()->elmt.Set("changed");
+  EXPECT_EQ(oc.First()->elmt.Str(), "one");
+  EXPECT_EQ(oc.Last()->elmt.Str(), "two");
+}
+
+TEST(AsnList, EncodeAndDecodeDefiniteAndIndefinite) {
+  IntSeqOf s;
+  s.list.Append()->Set(1);
+  s.list.Append()->Set(2);
+  s.list.Append()->Set(300);
+  const Bytes enc = {0x30, 0x0A, 0x02, 0x01, 0x01, 0x02, 0x01, 0x02, 0x02, 0x02, 0x01, 0x2C};
+  EXPECT_EQ(k3test::Enc(s), enc);
+
+  IntSeqOf d;
+  AsnLen used = 0;
+  EXPECT_EQ(k3test::Dec(enc, d, &used), 0);
+  EXPECT_EQ(Values(d.list), (std::vector<int32_t>{1, 2, 300}));
+  EXPECT_EQ(used, 12u);
+
+  const Bytes indef = {0x30, 0x80, 0x02, 0x01, 0x05, 0x02, 0x01, 0xFB, 0x00, 0x00, 0x02};
+  IntSeqOf e;
+  EXPECT_EQ(k3test::Dec(indef, e, &used), 0);
+  EXPECT_EQ(Values(e.list), (std::vector<int32_t>{5, -5}));
+  EXPECT_EQ(used, 10u);
+
+  IntSeqOf empty;
+  EXPECT_EQ(k3test::Enc(empty), (Bytes{0x30, 0x00}));
+  EXPECT_EQ(k3test::Dec(Bytes{0x30, 0x80, 0x00, 0x00}, empty), 0);
+  EXPECT_EQ(empty.list.Count(), 0u);
+
+  // Faults part-way leave the decoded elements in the list (freed with it).
+  IntSeqOf f;
+  EXPECT_EQ(k3test::Dec(Bytes{0x30, 0x80, 0x02, 0x01, 0x05}, f), -12);
+  EXPECT_EQ(f.list.Count(), 1u);
+  IntSeqOf g;
+  EXPECT_EQ(k3test::Dec(Bytes{0x30, 0x80, 0x02, 0x01, 0x05, 0x00, 0x01}, g), -12);
+  IntSeqOf h;
+  EXPECT_EQ(k3test::Dec(Bytes{0x30, 0x06, 0x02, 0x01, 0x05, 0x04, 0x01, 0x00}, h), -53);
+  EXPECT_EQ(h.list.Count(), 2u);
+  AsnList<AsnOcts> partial;
+  const Bytes octs = {0x04, 0x01, 'a', 0x24, 0x80, 0x04, 0x01, 'b', 0x04, 0x09, 'c'};
+  AsnBuf b;
+  b.InitForDecode(octs.data(), octs.size());
+  EXPECT_THROW(partial.BDecContent(b, 0x30000000u, AsnLen(octs.size()), used), AsnDecodeError);
+  EXPECT_EQ(partial.Count(), 2u);
+}
+
+TEST(AsnPrint, Lists) {
+  AsnList<AsnInt> empty;
+  EXPECT_EQ(Printed(empty), "{ -- SEQUENCE OF --\n}");
+  EXPECT_EQ(Printed(empty, true), "{ <REM>-- SEQUENCE OF --</REM>\n}");
+
+  AsnList<AsnInt> ints;
+  ints.Append()->Set(1);
+  ints.Append()->Set(-2);
+  EXPECT_EQ(Printed(ints), "{ -- SEQUENCE OF --\n   = 1, \n   = -2\n}");
+  EXPECT_EQ(Printed(ints, true), "{ <REM>-- SEQUENCE OF --</REM>\n   = <INT>1</INT>, \n   = <INT>-2</INT>\n}");
+
+  // A list printed after other text starts on a new line at the current indent;
+  // nested lists indent one more step.
+  AsnList<AsnList<AsnOcts>> nested;
+  nested.Append()->Append()->Set("x");
+  std::ostringstream s;
+  AsnPrintStream ps(s);
+  ps.IndentMore();
+  ps << "items";
+  ps << nested;
+  EXPECT_EQ(s.str(),
+            "items\n  { -- SEQUENCE OF --\n    { -- SEQUENCE OF --\n      "
+            " = \"x\" '78'H\n    }\n  }");
+}

@@ -1,0 +1,424 @@
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <thread>
+
+#include "asn/asn.h"
+#include "asn/asn_frag.h"
+#include "tests/asn/asn_test_util.h"
+
+using namespace CSTA3V6;
+using k3test::Bytes;
+using k3test::Dec;
+using k3test::Enc;
+using k3test::Printed;
+
+TEST(AsnInt, ShortestTwosComplementBothWays) {
+  struct Case {
+    int32_t v;
+    Bytes enc;
+  } cases[] = {
+      {0, {0x02, 0x01, 0x00}},
+      {127, {0x02, 0x01, 0x7F}},
+      {128, {0x02, 0x02, 0x00, 0x80}},
+      {-1, {0x02, 0x01, 0xFF}},
+      {-128, {0x02, 0x01, 0x80}},
+      {-129, {0x02, 0x02, 0xFF, 0x7F}},
+      {256, {0x02, 0x02, 0x01, 0x00}},
+      {32768, {0x02, 0x03, 0x00, 0x80, 0x00}},
+      {-8388608, {0x02, 0x03, 0x80, 0x00, 0x00}},
+      {-8388609, {0x02, 0x04, 0xFF, 0x7F, 0xFF, 0xFF}},
+      {INT32_MAX, {0x02, 0x04, 0x7F, 0xFF, 0xFF, 0xFF}},
+      {INT32_MIN, {0x02, 0x04, 0x80, 0x00, 0x00, 0x00}},
+  };
+  for (const Case &c : cases) {
+    EXPECT_EQ(Enc(AsnInt(c.v)), c.enc) << c.v;
+    AsnInt back(12345);
+    AsnLen used = 0;
+    EXPECT_EQ(Dec(c.enc, back, &used), 0);
+    EXPECT_EQ(back.value, c.v);
+    EXPECT_EQ(used, c.enc.size());
+  }
+  // ENUMERATED: same content under tag 10.
+  EXPECT_EQ(Enc(AsnEnum(300)), (Bytes{0x0A, 0x02, 0x01, 0x2C}));
+  AsnEnum e;
+  EXPECT_EQ(Dec(Bytes{0x0A, 0x01, 0xFE}, e), 0);
+  EXPECT_EQ(int32_t(e), -2);
+}
+
+TEST(AsnInt, DecodeQuirksAndFaults) {
+  // Non-minimal forms are accepted; sign comes from the first octet.
+  AsnInt v;
+  EXPECT_EQ(Dec(Bytes{0x02, 0x03, 0x00, 0x00, 0x01}, v), 0);
+  EXPECT_EQ(v.value, 1);
+  EXPECT_EQ(Dec(Bytes{0x02, 0x02, 0xFF, 0xFF}, v), 0);
+  EXPECT_EQ(v.value, -1);
+
+  // A zero length still takes one octet of what follows (but counts 0).
+  const Bytes zero = {0x02, 0x00, 0x85, 0x01};
+  AsnBuf b;
+  b.InitForDecode(zero.data(), zero.size());
+  AsnLen used = 0;
+  v.BDec(b, used);
+  EXPECT_EQ(v.value, -123);
+  EXPECT_EQ(used, 2u);
+  EXPECT_EQ(b.readLoc - b.dataStart, 3);
+
+  EXPECT_EQ(Dec(Bytes{0x02, 0x05, 0, 0, 0, 0, 1}, v), -7);
+  EXPECT_EQ(Dec(Bytes{0x02, 0x80, 0x01, 0x00, 0x00}, v), -7);  // indefinite
+  EXPECT_EQ(Dec(Bytes{0x02, 0x02, 0x01}, v), -8);
+  EXPECT_EQ(Dec(Bytes{0x02, 0x00}, v), -8);
+  EXPECT_EQ(Dec(Bytes{0x0A, 0x01, 0x01}, v), -53);
+  AsnEnum e;
+  EXPECT_EQ(Dec(Bytes{0x02, 0x01, 0x01}, e), -52);
+  EXPECT_EQ(Dec(Bytes{}, v), -22);
+  EXPECT_EQ(Dec(Bytes{0x02}, v), -9);
+}
+
+TEST(AsnPrint, IntegersNullBoolAndUnknownValue) {
+  EXPECT_EQ(Printed(AsnInt(-5)), " = -5");
+  EXPECT_EQ(Printed(AsnInt(-5), true), " = <INT>-5</INT>");
+  EXPECT_EQ(Printed(AsnEnum(3)), " = 3");
+  EXPECT_EQ(Printed(AsnNull()), " NULL");
+  EXPECT_EQ(Printed(AsnNull(), true), "<NULL> NULL</NULL>");
+  EXPECT_EQ(Printed(AsnBool(true)), " = TRUE");
+  EXPECT_EQ(Printed(AsnBool(false), true), " = FALSE");
+  EXPECT_EQ(Printed(AsnType()), "Unknown operation-value");
+
+  // After other text, the unknown value starts a line of its own at the indent.
+  std::ostringstream s;
+  AsnPrintStream ps(s, false, 3);
+  ps.IndentMore();
+  ps.Indent();
+  EXPECT_TRUE(ps.atLineStart);
+  ps << "argument";
+  EXPECT_FALSE(ps.atLineStart);
+  ps << AsnType();
+  EXPECT_FALSE(ps.atLineStart);
+  ps.IndentLess();
+  ps.Newline();
+  ps.Indent();
+  ps << "}";
+  EXPECT_EQ(s.str(), "   argument\n   Unknown operation-value\n}");
+}
+
+TEST(AsnNullBool, EncodeDecodeAndFaults) {
+  EXPECT_EQ(Enc(AsnNull()), (Bytes{0x05, 0x00}));
+  EXPECT_EQ(Enc(AsnBool(true)), (Bytes{0x01, 0x01, 0xFF}));
+  EXPECT_EQ(Enc(AsnBool(false)), (Bytes{0x01, 0x01, 0x00}));
+
+  AsnNull n;
+  AsnLen used = 0;
+  EXPECT_EQ(Dec(Bytes{0x05, 0x00}, n, &used), 0);
+  EXPECT_EQ(used, 2u);
+  EXPECT_EQ(Dec(Bytes{0x05, 0x01, 0x00}, n), -13);
+  EXPECT_EQ(Dec(Bytes{0x04, 0x00}, n), -55);
+
+  AsnBool b;
+  EXPECT_EQ(Dec(Bytes{0x01, 0x01, 0x05}, b), 0);  // any non-zero octet is true
+  EXPECT_TRUE(bool(b));
+  EXPECT_EQ(b.value, 1);
+  EXPECT_EQ(Dec(Bytes{0x01, 0x01, 0x00}, b), 0);
+  EXPECT_FALSE(bool(b));
+  EXPECT_EQ(Dec(Bytes{0x01, 0x02, 0xFF, 0xFF}, b), -5);
+  EXPECT_EQ(Dec(Bytes{0x01, 0x00}, b), -5);
+  EXPECT_EQ(Dec(Bytes{0x01, 0x01}, b), -6);
+  EXPECT_EQ(Dec(Bytes{0x02, 0x01, 0x01}, b), -51);
+}
+
+TEST(AsnOcts, PrimitiveEncodeDecode) {
+  AsnOcts ab("AB");
+  EXPECT_EQ(ab.Len(), 2u);
+  EXPECT_EQ(Enc(ab), (Bytes{0x04, 0x02, 0x41, 0x42}));
+  EXPECT_EQ(Enc(AsnOcts()), (Bytes{0x04, 0x00}));
+
+  AsnOcts v("old content");
+  AsnLen used = 0;
+  EXPECT_EQ(Dec(Bytes{0x04, 0x03, 'x', 0x00, 'y', 0x99}, v, &used), 0);
+  EXPECT_EQ(used, 5u);
+  ASSERT_EQ(v.Len(), 3u);
+  EXPECT_EQ(std::memcmp(v.Octs(), "x\0y", 4), 0);  // a zero follows the content
+
+  // Faults: short primitive content, wrong outer tag.
+  EXPECT_EQ(Dec(Bytes{0x04, 0x05, 0x41}, v), -14);
+  EXPECT_EQ(Dec(Bytes{0x04, 0x84, 0xFF, 0xFF, 0xFF, 0xF0, 0x41}, v), -14);
+  EXPECT_EQ(Dec(Bytes{0x04, 0x80, 0x41, 0x00, 0x00}, v), -14);
+  EXPECT_EQ(Dec(Bytes{0x03, 0x01, 0x00}, v), -56);
+  EXPECT_EQ(Dec(Bytes{0x84, 0x01, 0x00}, v), -56);
+}
+
+TEST(AsnOcts, ConstructedForms) {
+  struct Case {
+    Bytes in;
+    std::string value;
+  } cases[] = {
+      {{0x24, 0x08, 0x04, 0x02, 'A', 'B', 0x04, 0x02, 'C', 'D'}, "ABCD"},
+      {{0x24, 0x80, 0x04, 0x01, 'A', 0x04, 0x00, 0x04, 0x01, 'B', 0x00, 0x00}, "AB"},
+      // Nested constructed fragments, definite inside indefinite and back.
+      {{0x24, 0x80, 0x04, 0x01, 'A', 0x24, 0x80, 0x04, 0x01, 'B', 0x24, 0x03, 0x04, 0x01, 'C', 0x00, 0x00, 0x00,
+        0x00},
+       "ABC"},
+      {{0x24, 0x00}, ""},
+  };
+  for (const Case &c : cases) {
+    AsnOcts v("previous");
+    AsnLen used = 0;
+    EXPECT_EQ(Dec(c.in, v, &used), 0);
+    EXPECT_EQ(v.Str(), c.value);
+    EXPECT_EQ(used, c.in.size());
+  }
+  AsnOcts v;
+  EXPECT_EQ(Dec(Bytes{0x24, 0x03, 0x02, 0x01, 0x00}, v), -16);
+  EXPECT_EQ(Dec(Bytes{0x24, 0x80, 0x03, 0x01, 0x00, 0x00, 0x00}, v), -16);
+  EXPECT_EQ(Dec(Bytes{0x24, 0x04, 0x04, 0x05, 'A', 'B'}, v), -15);
+  EXPECT_EQ(Dec(Bytes{0x24, 0x80, 0x04, 0x80, 'A', 0x00, 0x00}, v), -15);
+  EXPECT_EQ(Dec(Bytes{0x24, 0x04, 0x04, 0x01}, v), -15);
+  EXPECT_EQ(Dec(Bytes{0x24, 0x05, 0x04, 0x01, 'A'}, v), -22);
+  EXPECT_EQ(Dec(Bytes{0x24, 0x03, 0x04, 0x85}, v), -10);
+
+  // An implicitly tagged constructed string takes the same path.
+  const Bytes tagged = {0xA3, 0x05, 0x04, 0x03, 'x', 'y', 'z'};
+  AsnBuf b;
+  b.InitForDecode(tagged.data(), tagged.size());
+  AsnLen used = 0;
+  AsnTag tag = BDecTag(b, used);
+  v.BDecContent(b, tag, BDecLen(b, used), used);
+  EXPECT_EQ(v.Str(), "xyz");
+  EXPECT_EQ(used, 7u);
+}
+
+TEST(AsnOcts, EndOfContentsWarningPath) {
+  {
+    k3test::CerrCapture cap;
+    AsnOcts v;
+    EXPECT_EQ(Dec(Bytes{0x24, 0x80, 0x04, 0x01, 'A', 0x00, 0x07}, v), 0);
+    EXPECT_EQ(v.Str(), "A");
+    EXPECT_EQ(cap.Text(), "Warning - second octet of EOC not zero\n");
+  }
+  {
+    // Data ending inside an indefinite string is passed over the same way.
+    k3test::CerrCapture cap;
+    AsnOcts v;
+    EXPECT_EQ(Dec(Bytes{0x24, 0x80, 0x04, 0x01, 'A'}, v), 0);
+    EXPECT_EQ(v.Str(), "A");
+    EXPECT_EQ(cap.Text(), "Warning - second octet of EOC not zero\n");
+  }
+  {
+    k3test::CerrCapture cap;
+    AsnOcts v;
+    EXPECT_EQ(Dec(Bytes{0x24, 0x80, 0x04, 0x01, 'A', 0x00, 0x00}, v), 0);
+    EXPECT_EQ(cap.Text(), "");
+  }
+}
+
+TEST(AsnOcts, ManyFragmentsAndThreads) {
+  // 300 one-octet fragments need the fragment stack to grow past its first size.
+  auto build = [](size_t n, unsigned char base) {
+    Bytes in = {0x24, 0x80};
+    for (size_t i = 0; i < n; ++i) {
+      in.push_back(0x04);
+      in.push_back(0x01);
+      in.push_back((unsigned char)(base + i % 26));
+    }
+    in.push_back(0);
+    in.push_back(0);
+    return in;
+  };
+  auto expected = [](size_t n, unsigned char base) {
+    std::string s;
+    for (size_t i = 0; i < n; ++i) s += char(base + i % 26);
+    return s;
+  };
+  AsnOcts v;
+  EXPECT_EQ(Dec(build(300, 'a'), v), 0);
+  EXPECT_EQ(v.Str(), expected(300, 'a'));
+  EXPECT_EQ(AsnThreadFragStack().capacity, 128u + 64 + 64 + 64);
+
+  // Each thread collects on its own stack.
+  bool ok[2] = {true, true};
+  auto worker = [&](int t) {
+    const unsigned char base = t ? 'A' : 'a';
+    const size_t n = t ? 150 : 401;
+    Bytes in = build(n, base);
+    for (int i = 0; i < 300; ++i) {
+      AsnOcts w;
+      if (Dec(in, w) != 0 || w.Str() != expected(n, base)) ok[t] = false;
+    }
+  };
+  std::thread t0(worker, 0), t1(worker, 1);
+  t0.join();
+  t1.join();
+  EXPECT_TRUE(ok[0]);
+  EXPECT_TRUE(ok[1]);
+}
+
+TEST(AsnOcts, SettersCopyAndEquality) {
+  const char raw[] = {'a', 0, 'b'};
+  AsnOcts p(raw, 3);
+  EXPECT_EQ(p.Str(), std::string(raw, 3));
+
+  AsnOcts t;
+  t.Set("hello", 5, true);
+  EXPECT_EQ(t.Len(), 5u);
+  EXPECT_STREQ(t.Octs(), "hello");
+
+  // From itself (whole or a tail) and self-assignment.
+  t.Set(t.Octs(), t.Len());
+  EXPECT_EQ(t.Str(), "hello");
+  t.Set(t.Octs() + 2, 3);
+  EXPECT_EQ(t.Str(), "llo");
+  AsnOcts &alias = t;
+  t = alias;
+  EXPECT_EQ(t.Str(), "llo");
+
+  t.Set(nullptr, 7);
+  EXPECT_EQ(t.Len(), 0u);
+  EXPECT_EQ(t, AsnOcts());
+
+  AsnOcts c(p);
+  EXPECT_EQ(c, p);
+  EXPECT_NE(c.Octs(), p.Octs());
+  c = AsnOcts("a\0c", 3);
+  EXPECT_NE(c, p);
+  EXPECT_NE(AsnOcts("ab"), AsnOcts("abc"));
+  EXPECT_EQ(AsnOcts(""), AsnOcts());
+}
+
+TEST(AsnPrint, OctetStrings) {
+  EXPECT_EQ(Printed(AsnOcts("AB")), " = \"AB\" '41 42'H");
+  EXPECT_EQ(Printed(AsnOcts("AB"), true), " = <OCTA>\"AB\" </OCTA><OCTH>'41 42'H</OCTH>");
+  EXPECT_EQ(Printed(AsnOcts("\x01", 1)), " = '01'H");
+  EXPECT_EQ(Printed(AsnOcts("\x01", 1), true), " = <OCTH>'01'H</OCTH>");
+  // Printable range is 32..126 inclusive.
+  EXPECT_EQ(Printed(AsnOcts(" ~")), " = \" ~\" '20 7E'H");
+  EXPECT_EQ(Printed(AsnOcts("a\x7F", 2)), " = '61 7F'H");
+  EXPECT_EQ(Printed(AsnOcts("\x1F\xAB", 2)), " = '1F AB'H");
+}
+
+TEST(AsnBits, EncodeAndBitOperations) {
+  EXPECT_EQ(Enc(AsnBits()), (Bytes{0x03, 0x01, 0x00}));
+  AsnBits nine(9);
+  nine.SetBit(0);
+  nine.SetBit(8);
+  EXPECT_EQ(Enc(nine), (Bytes{0x03, 0x03, 0x07, 0x80, 0x80}));
+  AsnBits sixteen(16);
+  sixteen.SetBit(15);
+  sixteen.SetBit(16);  // beyond the length: ignored
+  EXPECT_EQ(Enc(sixteen), (Bytes{0x03, 0x03, 0x00, 0x00, 0x01}));
+
+  EXPECT_TRUE(nine.GetBit(8));
+  EXPECT_FALSE(nine.GetBit(9));
+  EXPECT_FALSE(nine.IsEmpty());
+  nine.ClrBit(0);
+  nine.SetBit(8, false);
+  EXPECT_TRUE(nine.IsEmpty());
+  EXPECT_TRUE(AsnBits().IsEmpty());
+  // Bits past the length in the last octet do not count.
+  const unsigned char tail[] = {0x00, 0x7F};
+  EXPECT_TRUE(AsnBits(tail, 9).IsEmpty());
+  EXPECT_EQ(AsnBits(tail, 9), AsnBits(9));
+  EXPECT_NE(AsnBits(tail, 10), AsnBits(10));
+  EXPECT_NE(AsnBits(8), AsnBits(9));
+
+  AsnBits copy(sixteen);
+  EXPECT_EQ(copy, sixteen);
+  copy = nine;
+  EXPECT_EQ(copy.BitLen(), 9u);
+}
+
+TEST(AsnBits, DecodeAndUnusedBitsRules) {
+  AsnBits v(3);
+  AsnLen used = 0;
+  EXPECT_EQ(Dec(Bytes{0x03, 0x02, 0x07, 0x80}, v, &used), 0);
+  EXPECT_EQ(v.BitLen(), 1u);
+  EXPECT_TRUE(v.GetBit(0));
+  EXPECT_EQ(used, 4u);
+  EXPECT_EQ(Dec(Bytes{0x03, 0x01, 0x00}, v), 0);
+  EXPECT_EQ(v.BitLen(), 0u);
+
+  EXPECT_EQ(Dec(Bytes{0x03, 0x02, 0x08, 0xFF}, v), -1);  // above 7
+  EXPECT_EQ(Dec(Bytes{0x03, 0x01, 0x01}, v), -1);        // more unused than content bits
+  EXPECT_EQ(Dec(Bytes{0x03, 0x03, 0x00, 0xFF}, v), -1);  // short
+  EXPECT_EQ(Dec(Bytes{0x03, 0x00}, v), -1);              // no unused-bits octet
+  EXPECT_EQ(Dec(Bytes{0x03, 0x01}, v), -1);
+  EXPECT_EQ(Dec(Bytes{0x04, 0x01, 0x00}, v), -50);
+
+  // Constructed: fragments concatenated, the last unused count applies.
+  EXPECT_EQ(Dec(Bytes{0x23, 0x80, 0x03, 0x02, 0x00, 0xAA, 0x23, 0x04, 0x03, 0x02, 0x04, 0xF0, 0x00, 0x00}, v,
+                &used),
+            0);
+  EXPECT_EQ(used, 14u);
+  ASSERT_EQ(v.BitLen(), 12u);
+  EXPECT_EQ(v.bits[0], 0xAA);
+  EXPECT_EQ(v.bits[1] & 0xF0, 0xF0);
+  EXPECT_EQ(Dec(Bytes{0x23, 0x03, 0x03, 0x01, 0x00}, v), 0);
+  EXPECT_EQ(v.BitLen(), 0u);
+  EXPECT_EQ(Dec(Bytes{0x23, 0x03, 0x03, 0x01, 0x03}, v), -1);
+  EXPECT_EQ(Dec(Bytes{0x23, 0x04, 0x03, 0x02, 0x09, 0x00}, v), -1);
+  EXPECT_EQ(Dec(Bytes{0x23, 0x02, 0x03, 0x00}, v), -1);
+  EXPECT_EQ(Dec(Bytes{0x23, 0x03, 0x04, 0x01, 0x00}, v), -16);
+  EXPECT_EQ(Dec(Bytes{0x23, 0x04, 0x03, 0x03, 0x00, 0x01}, v), -15);
+}
+
+TEST(AsnPrint, BitStrings) {
+  AsnBits v(9);
+  v.SetBit(0);
+  v.SetBit(8);
+  EXPECT_EQ(Printed(v), " = '100000001'B -- NrBits = 9 --");
+  EXPECT_EQ(Printed(v, true), " = <BITS>'100000001'B</BITS><REM> -- NrBits = 9 --</REM>");
+  EXPECT_EQ(Printed(AsnBits()), " = ''B -- NrBits = 0 --");
+}
+
+TEST(AsnOid, FromArcsAndOctets) {
+  AsnOid pd(1, 3, 12, 2, 1107, 15);
+  EXPECT_EQ(Bytes(pd.oid, pd.oid + pd.Len()), (Bytes{0x2B, 0x0C, 0x02, 0x88, 0x53, 0x0F}));
+  EXPECT_EQ(Enc(pd), (Bytes{0x06, 0x06, 0x2B, 0x0C, 0x02, 0x88, 0x53, 0x0F}));
+  const uint32_t *last = AsnOidLastArcs();
+  EXPECT_EQ(last[4], 1107u);
+  EXPECT_EQ(last[6], NO_ARC);
+
+  // Large arcs and a first group above 127; all eleven arcs.
+  AsnOid big(2, 999, 0xFFFFFFFEu, 0);
+  EXPECT_EQ(Bytes(big.oid, big.oid + big.Len()), (Bytes{0x88, 0x37, 0x8F, 0xFF, 0xFF, 0xFF, 0x7E, 0x00}));
+  AsnOid eleven(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11);
+  EXPECT_EQ(eleven.Len(), 10u);
+  EXPECT_EQ(eleven.Arcs(), (std::vector<uint64_t>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}));
+  // Arcs after the first absent one are ignored.
+  EXPECT_EQ(AsnOid(1, 3, 6, NO_ARC, 7), AsnOid(1, 3, 6));
+
+  AsnOid copy(pd);
+  EXPECT_EQ(copy, pd);
+  copy = big;
+  EXPECT_NE(copy, pd);
+  EXPECT_EQ(AsnOid("\x2B\x0C\x02\x88\x53\x0F", 6), pd);
+
+  AsnOid v;
+  AsnLen used = 0;
+  EXPECT_EQ(Dec(Bytes{0x06, 0x03, 0x55, 0x04, 0x03}, v, &used), 0);
+  EXPECT_EQ(v.Arcs(), (std::vector<uint64_t>{2, 5, 4, 3}));
+  EXPECT_EQ(used, 5u);
+  EXPECT_EQ(Dec(Bytes{0x06, 0x04, 0x55, 0x04}, v), -17);
+  EXPECT_EQ(Dec(Bytes{0x04, 0x01, 0x55}, v), -57);
+}
+
+TEST(AsnPrint, ObjectIdentifiers) {
+  EXPECT_EQ(Printed(AsnOid(1, 3, 12, 0, 218)),
+            " = {iso(1) identified-organization(3) icd-ecma(12) standard(0) csta(218)}");
+  EXPECT_EQ(Printed(AsnOid(1, 3, 12, 2, 1107, 15)),
+            " = {iso(1) identified-organization(3) icd-ecma(12) standard(2) (1107) (15)}");
+  EXPECT_EQ(Printed(AsnOid(1, 3, 12, 2, 1107, 15), true),
+            " = <OID>{iso(1) identified-organization(3) icd-ecma(12) standard(2) (1107) (15)}</OID>");
+  EXPECT_EQ(Printed(AsnOid(1, 3, 12, 2, 1107)), " = {iso(1) identified-organization(3) (12) (2) (1107)}");
+  EXPECT_EQ(Printed(AsnOid(1, 2, 840, 113549)), " = {iso(1) member-body(2) (840) (113549)}");
+  EXPECT_EQ(Printed(AsnOid(0, 0, 17)), " = {itu-t(0) recommendation(0) (17)}");
+  EXPECT_EQ(Printed(AsnOid(0, 3)), " = {itu-t(0) network-operator(3)}");
+  EXPECT_EQ(Printed(AsnOid(0, 4, 0)), " = {itu-t(0) (4) (0)}");
+  EXPECT_EQ(Printed(AsnOid(1, 4)), " = {iso(1) (4)}");
+  EXPECT_EQ(Printed(AsnOid(2, 999, 3)), " = {joint-iso-itu-t(2) (999) (3)}");
+  EXPECT_EQ(Printed(AsnOid(2, 0)), " = {joint-iso-itu-t(2) (0)}");
+  EXPECT_EQ(Printed(AsnOid()), " = {-- void --}");
+  EXPECT_EQ(Printed(AsnOid(), true), " = <OID>{-- void --}</OID>");
+  // A last group cut short shows what it holds.
+  EXPECT_EQ(Printed(AsnOid("\x2B\x81", 2)), " = {iso(1) identified-organization(3) (1)}");
+}
