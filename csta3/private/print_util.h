@@ -1,0 +1,64 @@
+// Small print helpers shared by the private-data types (internal header).
+#ifndef K3_CSTA3_PRIVATE_PRINT_UTIL_H
+#define K3_CSTA3_PRIVATE_PRINT_UTIL_H
+
+#include <cstdint>
+
+#include "asn/asn.h"
+
+namespace CSTA3V6 {
+namespace privprint {
+
+// "{ <remark>" on a fresh line (the remark inside <REM> markup when tagged),
+// then one more level of indentation.
+inline void Open(AsnPrintStream &os, const char *remark) {
+  if (!os.atLineStart) {
+    os.Newline();
+    os.Indent();
+  }
+  if (os.tagged)
+    os << "{ " << "<REM>" << remark << "</REM>";
+  else
+    os << "{ " << remark;
+  os.IndentMore();
+}
+
+// Starts a field on a line of its own: "," after the previous field, then name.
+inline void Field(AsnPrintStream &os, bool &first, const char *name) {
+  if (!first) os << ",";
+  first = false;
+  os.Newline();
+  os.Indent();
+  os << name;
+}
+
+inline void Close(AsnPrintStream &os) {
+  os.IndentLess();
+  os.Newline();
+  os.Indent();
+  os << "}";
+}
+
+// A number followed by its name from a table of {code, name}, or the number alone.
+struct CodeName {
+  uint32_t code;
+  const char *name;
+};
+
+template <size_t N>
+inline const char *Lookup(const CodeName (&table)[N], uint32_t code) {
+  for (const CodeName &e : table)
+    if (e.code == code) return e.name;
+  return nullptr;
+}
+
+template <size_t N>
+inline void NumberAndName(AsnPrintStream &os, const CodeName (&table)[N], uint32_t code) {
+  os << code;
+  if (const char *n = Lookup(table, code)) os << n;
+}
+
+}  // namespace privprint
+}  // namespace CSTA3V6
+
+#endif

@@ -1,0 +1,326 @@
+// ACL form: ACL2 header, AMHOST elements of every kind, MAINT, MR, CPSTREQ, SysTRACE.
+#include <gtest/gtest.h>
+
+#include "csta3/private/private_data.h"
+#include "tests/private/test_util.h"
+
+using namespace CSTA3V6;
+using namespace k3test;
+
+namespace {
+
+// Parses one AMHOST element and returns it with the octets consumed.
+AMHOST_Element ParseElement(const Bytes &in, size_t *used) {
+  AMHOST_Element e;
+  *used = e.DecodeOctets(in.data(), in.size());
+  return e;
+}
+
+}  // namespace
+
+TEST(AmhostElement, EveryKindBothDirections) {
+  struct Case {
+    Bytes in;
+    uint32_t kind;
+    Bytes out;  // what writing the parsed element gives back
+  };
+  const Case cases[] = {
+      {B({0xA1, 4, 7, 0}), 1, B({0xA1, 4, 7, 0})},
+      {B({0xA3, 7, 3, 'A', 'B', 'C', 0}), 2, B({0xA3, 7, 3, 'A', 'B', 'C', 0})},
+      {B({0xE1, 4, 0x34, 0x12}), 3, B({0xE1, 4, 0x34, 0x12})},
+      // Kind 4: the length octet counts the data only.
+      {B({0xD3, 3, '1', '2', '3'}), 4, B({0xD3, 3, '1', '2', '3'})},
+      // Kind 5: octet 2 is not read; it comes back as zero.
+      {B({0xF8, 6, 0x77, 12, 5, 24}), 5, B({0xF8, 6, 0, 12, 5, 24})},
+      {B({0xE7, 6, 0x81, 0x02, 0x80, 0x00}), 6, B({0xE7, 6, 0x81, 0x02, 0x80, 0x00})},
+      {B({0xB0, 7, 5, 2, 'x', 'y', 'z'}), 7, B({0xB0, 7, 5, 2, 'x', 'y', 'z'})},
+      // Kinds 0, 8 and 9 are read but never written back.
+      {B({0x11, 4, 0xAA, 0xBB}), 0, Bytes()},
+      {B({0x0A, 3, 0x55}), 8, Bytes()},
+      {B({0xAF, 3, 1}), 9, Bytes()},
+  };
+  for (const Case &c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.in));
+    size_t used = 0;
+    AMHOST_Element e = ParseElement(c.in, &used);
+    EXPECT_EQ(used, c.in.size());
+    EXPECT_EQ(e.id, c.in[0]);
+    EXPECT_EQ(e.kind, c.kind);
+    EXPECT_EQ(OctetsOf(e), c.out);
+  }
+
+  size_t used = 0;
+  EXPECT_EQ(ParseElement(B({0xA1, 4, 7, 0}), &used).intValue.value, 7);
+  AMHOST_Element text = ParseElement(B({0xA3, 7, 3, 'A', 'B', 'C', 0}), &used);
+  EXPECT_EQ(text.octsValue.Str(), "ABC");
+  EXPECT_STREQ(text.Text(), "ABC");
+  EXPECT_EQ(ParseElement(B({0xE1, 4, 0x34, 0x12}), &used).intValue.value, 0x1234);
+  AMHOST_Element triple = ParseElement(B({0xF8, 6, 0x77, 12, 5, 24}), &used);
+  EXPECT_EQ(triple.triple[0], 12);
+  EXPECT_EQ(triple.triple[1], 5);
+  EXPECT_EQ(triple.triple[2], 24);
+  // Bit i of a field is the bit of value 2^i: 0x0281 sets bits 0, 7 and 9.
+  AMHOST_Element bits = ParseElement(B({0xE7, 6, 0x81, 0x02, 0x80, 0x00}), &used);
+  for (unsigned i = 0; i < 16; ++i) {
+    EXPECT_EQ(bits.bits1.GetBit(i), i == 0 || i == 7 || i == 9) << i;
+    EXPECT_EQ(bits.bits2.GetBit(i), i == 7) << i;
+  }
+  AMHOST_Element led = ParseElement(B({0xB0, 7, 5, 2, 'x', 'y', 'z'}), &used);
+  EXPECT_EQ(OctsBytes(led.ledValue1), B({5}));
+  EXPECT_EQ(OctsBytes(led.ledValue2), B({2}));
+  EXPECT_EQ(led.ledData.Str(), "xyz");
+  EXPECT_TRUE(bool(ParseElement(B({0xAF, 3, 1}), &used).boolValue));
+  EXPECT_FALSE(bool(ParseElement(B({0xAF, 3, 0}), &used).boolValue));
+}
+
+TEST(AmhostElement, ShortOrOverlongElementsConsumeNothing) {
+  const Bytes bad[] = {
+      B({0xA1}),                        // no length octet
+      B({0xA1, 4, 7}),                  // length past the end
+      B({0xA1, 2, 7, 0}),               // too short for a value
+      B({0xA3, 5, 9, 'A', 'B'}),        // text longer than its element
+      B({0xD3, 9, '1'}),                // kind 4 data past the end
+      B({0xF8, 5, 0, 1, 2}),            // kind 5 needs six
+      B({0x11, 1}),                     // total length below two
+      B({0x11, 0}),
+  };
+  for (const Bytes &in : bad) {
+    size_t used = 99;
+    ParseElement(in, &used);
+    EXPECT_EQ(used, 0u) << testing::PrintToString(in);
+  }
+}
+
+TEST(Amhost, KindFourLengthCountsOnlyTheData) {
+  // Read with the data length, the next element starts right after "AB".
+  AMHOST a;
+  Bytes in = B({0xD3, 2, 'A', 'B', 0xA1, 4, 7, 0});
+  a.DecodeOctets(in.data(), in.size());
+  ASSERT_EQ(a.elements.Count(), 2u);
+  EXPECT_EQ(a.Find(211)->octsValue.Str(), "AB");
+  ASSERT_NE(a.Find(161), nullptr);
+  EXPECT_EQ(a.Find(161)->intValue.value, 7);
+  EXPECT_EQ(a.nounNr, 0u);  // no header
+}
+
+TEST(Amhost, RequestBodyGivesExactOctets) {
+  // AMHOST 6/1, third value 1, with the elements a request encoder appends.
+  ACL2 acl(2, 196);
+  AMHOST *a = acl.SetAmhost(new AMHOST(6, 1, 1));
+  a->AddString(211, "101");
+  a->AddString(163, "Bob");
+  a->AddInt(230, 16);
+  a->AddBitfields(231, 0x0080, 0x0080);
+  a->AddTriple(248, 12, 5, 24);
+  const Bytes expected = B({0x1A, 0x04, 0x02, 0xC4,                          // ACL2
+                            0x1E, 0x08, 0x06, 0x01, 0x00, 0x00, 0x01, 0x00,  // AMHOST header
+                            0xD3, 0x03, '1', '0', '1',                       // 211, kind 4
+                            0xA3, 0x07, 0x03, 'B', 'o', 'b', 0x00,           // 163, kind 2
+                            0xE6, 0x04, 0x10, 0x00,                          // 230, kind 1
+                            0xE7, 0x06, 0x80, 0x00, 0x80, 0x00,              // 231, kind 6
+                            0xF8, 0x06, 0x00, 0x0C, 0x05, 0x18});            // 248, kind 5
+  EXPECT_EQ(OctetsOf(acl), expected);
+  EXPECT_EQ(expected.size(), 8u + 5 + 7 + 4 + 6 + 6 + 4);
+
+  ACL2 back;
+  ASSERT_TRUE(back.DecodeOctets(expected.data(), expected.size()));
+  ASSERT_NE(back.amhost, nullptr);
+  EXPECT_EQ(back.amhost->Type(), 6u);
+  EXPECT_EQ(back.amhost->Subtype(), 1u);
+  EXPECT_EQ(back.amhost->Third(), 1u);
+  EXPECT_EQ(back.amhost->elements.Count(), 5u);
+  EXPECT_EQ(back.amhost->Find(163)->octsValue.Str(), "Bob");
+  EXPECT_TRUE(back.amhost->Find(231)->bits2.GetBit(7));
+  EXPECT_EQ(OctetsOf(back), expected);
+  EXPECT_EQ(PrintOf(back), PrintOf(acl));
+}
+
+TEST(Amhost, BooleanElementIsLostWhenWrittenAgain) {
+  // The 10/8 request: element 10 given kind 9 writes nothing after the header.
+  ACL2 acl(2, 196);
+  acl.SetAmhost(new AMHOST(10, 8, 1))->AddBool(10, true);
+  EXPECT_EQ(OctetsOf(acl), B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x0A, 0x08, 0x00, 0x00, 0x01, 0x00}));
+  EXPECT_EQ(acl.amhost->elements.Count(), 1u);
+}
+
+TEST(Amhost, LedElementsOfTheRawListRequest) {
+  // The raw list request's prefix and entries are an AMHOST 11/8 with kind 7 elements.
+  Bytes in = B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x0B, 0x08, 0x00, 0x00, 0x01, 0x00,
+                0xB0, 0x07, 0x05, 0x02, 'a', 'b', 'c', 0xB0, 0x04, 0x06, 0x01});
+  ACL2 acl;
+  ASSERT_TRUE(acl.DecodeOctets(in.data(), in.size()));
+  ASSERT_NE(acl.amhost, nullptr);
+  EXPECT_EQ(acl.amhost->nounNr, 11u);
+  EXPECT_EQ(acl.amhost->verbNr, 8u);
+  ASSERT_EQ(acl.amhost->elements.Count(), 2u);
+  const AMHOST_Element &e = acl.amhost->elements.first->elmt;
+  EXPECT_EQ(e.kind, 7u);
+  EXPECT_EQ(OctsBytes(e.ledValue1), B({5}));
+  EXPECT_EQ(e.ledData.Str(), "abc");
+  EXPECT_EQ(acl.amhost->elements.last->elmt.ledData.octetLen, 0u);
+  EXPECT_EQ(OctetsOf(acl), in);
+}
+
+TEST(Amhost, PrintNamesHeaderAndElements) {
+  ACL2 acl(2, 196);
+  AMHOST *a = acl.SetAmhost(new AMHOST(1, 2, 6));
+  a->AddString(211, "101");
+  a->AddInt(173, 60);
+  a->AddInt(99, 1, AMHOST_KIND_NONE);
+  std::string s = PrintOf(acl);
+  EXPECT_NE(s.find("{ -- ACL --"), std::string::npos) << s;
+  EXPECT_NE(s.find("Action = AINFO"), std::string::npos) << s;
+  EXPECT_NE(s.find("Application = 2 (AMHOST)"), std::string::npos) << s;
+  EXPECT_NE(s.find("{ -- AMHOST --"), std::string::npos) << s;
+  EXPECT_NE(s.find("NounNr = 1 (Station)"), std::string::npos) << s;
+  EXPECT_NE(s.find("VerbNr = 2 (Display)"), std::string::npos) << s;
+  EXPECT_NE(s.find("MessageType = 6 (Data)"), std::string::npos) << s;
+  EXPECT_NE(s.find("Device ID = \"101\""), std::string::npos) << s;
+  EXPECT_NE(s.find("Cause = 60"), std::string::npos) << s;
+  EXPECT_NE(s.find("\n      99"), std::string::npos) << s;  // an unnamed element prints its number only
+  std::string t = PrintOf(acl, true);
+  EXPECT_NE(t.find("{ <REM>-- ACL --</REM>"), std::string::npos) << t;
+}
+
+TEST(Maint, LoopBackKeepsTheRestAsLoopData) {
+  ACL2 acl;
+  Bytes in = B({0x1A, 0x00, 0x06, 0x01, 0x22, 0x00, 0x01, 0x05, 0x09, 0xB8, 0x06});
+  ASSERT_TRUE(acl.DecodeOctets(in.data(), in.size()));
+  ASSERT_NE(acl.maint, nullptr);
+  EXPECT_EQ(acl.maint->Alternative(), 1u);
+  EXPECT_EQ(acl.maint->CrossRef(), 5u);
+  ASSERT_NE(acl.maint->loopData, nullptr);
+  EXPECT_EQ(OctsBytes(*acl.maint->loopData), B({0x09, 0xB8, 0x06}));
+  EXPECT_FALSE(acl.maint->hasDate);
+
+  // Built as the maintenance-open request builds it, and read back.
+  ACL2 req(6, 196);
+  req.SetMaint(new MAINT(1, 0, nullptr, "hi", 2));
+  Bytes out = OctetsOf(req);
+  EXPECT_EQ(out, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x01, 0x00, 'h', 'i'}));
+  ACL2 back;
+  ASSERT_TRUE(back.DecodeOctets(out.data(), out.size()));
+  EXPECT_EQ(back.maint->loopData->Str(), "hi");
+}
+
+TEST(Maint, HeartbeatDateTimeAndRepetitionTime) {
+  // Time before date: the loop takes the date on its second pass.
+  Bytes in = B({0x22, 0x04, 0x02, 0x07, 0xB9, 0x06, 0x00, 23, 59, 8, 0xB8, 0x06, 0x00, 1, 12, 24,
+                0x23, 0x04, 0x2C, 0x01});
+  MAINT m;
+  m.DecodeOctets(in.data(), in.size());
+  EXPECT_EQ(m.messageType, 2u);
+  EXPECT_EQ(m.crossRef, 7u);
+  ASSERT_TRUE(m.hasDate);
+  ASSERT_TRUE(m.hasTime);
+  EXPECT_EQ(m.date[0], 1);
+  EXPECT_EQ(m.date[2], 24);
+  EXPECT_EQ(m.time[0], 23);
+  ASSERT_NE(m.repetitionTime, nullptr);
+  EXPECT_EQ(m.repetitionTime->value, 300);
+  EXPECT_EQ(m.loopData, nullptr);
+  std::string s = PrintOf(m);
+  EXPECT_NE(s.find("{ -- MAINT --"), std::string::npos) << s;
+  EXPECT_NE(s.find("MessageType = 2 (HeartbeatMessage)"), std::string::npos) << s;
+  EXPECT_NE(s.find("Date = 01.12.24"), std::string::npos) << s;
+  EXPECT_NE(s.find("Time = 23.59.08"), std::string::npos) << s;
+  EXPECT_NE(s.find("RepetitionTime = 300"), std::string::npos) << s;
+
+  // Written back in the fixed order header, date, time, repetition time.
+  EXPECT_EQ(OctetsOf(m), B({0x22, 0x04, 0x02, 0x07, 0xB8, 0x06, 0x00, 1, 12, 24, 0xB9, 0x06, 0x00, 23, 59, 8,
+                            0x23, 0x04, 0x2C, 0x01}));
+
+  // A new MAINT is a heartbeat; a truncated date item is not taken.
+  MAINT fresh;
+  EXPECT_EQ(fresh.messageType, 2u);
+  Bytes cut = B({0x22, 0x04, 0x03, 0x00, 0x23, 0x04, 0x10, 0x0E, 0xB8, 0x06, 0x00, 1});
+  fresh.DecodeOctets(cut.data(), cut.size());
+  EXPECT_EQ(fresh.messageType, 3u);
+  EXPECT_EQ(fresh.repetitionTime->value, 0x0E10);
+  EXPECT_FALSE(fresh.hasDate);
+
+  // The session-request builder: alternative 3 with a second integer.
+  int32_t rep = 600;
+  MAINT req(3, 0, &rep);
+  EXPECT_EQ(OctetsOf(req), B({0x22, 0x04, 0x03, 0x00, 0x23, 0x04, 0x58, 0x02}));
+  MAINT copy(req);
+  req.SetRepetitionTime(1);
+  EXPECT_EQ(copy.repetitionTime->value, 600);
+}
+
+TEST(AclApplications, MrCpstreqSysTraceAndUnknown) {
+  // MR: message type 6, calling party "123", cause 2.
+  Bytes mrIn = B({0x1A, 0x04, 0x03, 0xC4, 0x06, 0x01, 0x03, '1', '2', '3', 0x10, 0x01, 0x02});
+  ACL2 mr;
+  ASSERT_TRUE(mr.DecodeOctets(mrIn.data(), mrIn.size()));
+  ASSERT_NE(mr.mr, nullptr);
+  EXPECT_EQ(mr.mr->messageType, 6u);
+  EXPECT_EQ(mr.mr->Find(MR_CALLING_PARTY_NUMBER)->value.Str(), "123");
+  EXPECT_EQ(OctetsOf(mr), mrIn);
+  std::string s = PrintOf(mr);
+  EXPECT_NE(s.find("{ -- MR --"), std::string::npos) << s;
+  EXPECT_NE(s.find("MessageType = 6 (Data)"), std::string::npos) << s;
+  EXPECT_NE(s.find("Calling Party Number = \"123\""), std::string::npos) << s;
+  EXPECT_NE(s.find("Cause = 2 (MR Type Not Configured)"), std::string::npos) << s;
+
+  // CPSTREQ report: device "201", forwarding and do-not-disturb, talking internal.
+  Bytes cpIn = B({0x1A, 0x04, 0x07, 0xC4, 0x03, '2', '0', '1', 0x03, 0x05});
+  ACL2 cp;
+  ASSERT_TRUE(cp.DecodeOctets(cpIn.data(), cpIn.size()));
+  ASSERT_NE(cp.cpstreq, nullptr);
+  EXPECT_EQ(cp.cpstreq->device.Str(), "201");
+  EXPECT_EQ(OctetsOf(cp), cpIn);
+  s = PrintOf(cp);
+  EXPECT_NE(s.find("Call Forwarding Active, Do Not Disturb Active }"), std::string::npos) << s;
+  EXPECT_NE(s.find("CPState = 5 (TalkingInternal)"), std::string::npos) << s;
+
+  // SysTRACE reads the whole string, header included; writes only its own part.
+  Bytes trIn = B({0x1A, 0x04, 0xF0, 0xA4});
+  ACL2 tr;
+  ASSERT_TRUE(tr.DecodeOctets(trIn.data(), trIn.size()));
+  ASSERT_NE(tr.sysTrace, nullptr);
+  EXPECT_EQ(tr.sysTrace->action, 164u);
+  EXPECT_EQ(OctetsOf(tr), trIn);
+  s = PrintOf(tr);
+  EXPECT_NE(s.find(" -- QUEUE -- "), std::string::npos) << s;
+  EXPECT_NE(s.find("  Queue Status Get  "), std::string::npos) << s;
+  tr.action = 162;
+  tr.sysTrace->action = 162;
+  s = PrintOf(tr);
+  EXPECT_NE(s.find("Action =  TRACER_START "), std::string::npos) << s;
+  EXPECT_NE(s.find(" Tracer Start"), std::string::npos) << s;
+
+  // Application 1 has no object; octet 1 is not interpreted.
+  Bytes tdsIn = B({0x1A, 0x99, 0x01, 0xC0, 0x55});
+  ACL2 tds;
+  ASSERT_TRUE(tds.DecodeOctets(tdsIn.data(), tdsIn.size()));
+  EXPECT_EQ(tds.application, 1u);
+  EXPECT_EQ(tds.action, 192u);
+  EXPECT_TRUE(!tds.amhost && !tds.mr && !tds.maint && !tds.cpstreq && !tds.sysTrace);
+  EXPECT_EQ(OctetsOf(tds), B({0x1A, 0x04, 0x01, 0xC0}));
+
+  // Not the ACL form: the object is left as it was.
+  ACL2 none;
+  Bytes notAcl = B({0x1A, 0x04, 0x02});
+  EXPECT_FALSE(none.DecodeOctets(notAcl.data(), notAcl.size()));
+  EXPECT_EQ(none.application, 255u);
+  EXPECT_EQ(none.action, 196u);
+}
+
+TEST(Acl2, CopyIsDeep) {
+  ACL2 a(2, 196);
+  a.SetAmhost(new AMHOST(7, 2, 1))->AddString(211, "100");
+  ACL2 b(a);
+  a.amhost->Find(211)->octsValue.Set("999");
+  a.SetAmhost(nullptr);
+  ASSERT_NE(b.amhost, nullptr);
+  EXPECT_EQ(b.amhost->Find(211)->octsValue.Str(), "100");
+  ACL2 &self = b;
+  b = self;
+  EXPECT_EQ(b.amhost->elements.Count(), 1u);
+  ACL2 c(6, 196);
+  c.SetMaint(new MAINT);
+  c = b;
+  EXPECT_EQ(c.maint, nullptr);
+  EXPECT_EQ(OctetsOf(c), OctetsOf(b));
+}

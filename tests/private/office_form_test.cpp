@@ -1,0 +1,193 @@
+// Office form: every element identifier at its minimum length and one octet
+// short, the consumed counts, the list loop and writing elements back.
+#include <gtest/gtest.h>
+
+#include "csta3/private/private_data.h"
+#include "tests/private/test_util.h"
+
+using namespace CSTA3V6;
+using namespace k3test;
+
+namespace {
+
+struct MinCase {
+  Bytes in;          // the shortest input the identifier accepts
+  uint32_t choiceId;
+  size_t consumed;
+};
+
+size_t Parse(const Bytes &in, OfficePrivateDataElement &e) { return e.DecodeOctets(in.data(), in.size()); }
+
+}  // namespace
+
+TEST(OfficeElement, EveryIdentifierAtMinimumAndOneShort) {
+  Bytes tracerStatus(24, 0);
+  tracerStatus[0] = 176;
+  tracerStatus[1] = 24;
+  tracerStatus[2] = 162;
+  const MinCase cases[] = {
+      {B({0, 0}), 0, 2},
+      {B({5, 0}), 22, 2},
+      {B({9, 3, 7}), 1, 3},
+      {B({175, 4, 0, 163}), 10, 4},
+      {tracerStatus, 11, 24},
+      {B({181, 3, 1}), 24, 3},
+      {B({201, 3, 5}), 21, 3},
+      {B({211, 0}), 5, 2},
+      {B({220, 0}), 7, 2},
+      {B({221, 0}), 9, 2},
+      {B({224, 5, 6, 0, 255}), 3, 5},
+      {B({225, 4, 1, 2}), 23, 4},
+      {B({228, 3, 0}), 20, 3},
+      {B({229, 0}), 19, 2},
+      {B({230, 0}), 18, 2},
+      {B({231, 5, 1, 0xAA, 0xBB}), 15, 5},
+      {B({232, 3, 1}), 6, 3},
+      {B({233, 6, 0x10, 0x20, 3, 4}), 8, 6},
+      {B({235}), 14, 1},
+      {B({236, 8, 1, 2, 3, 0}), 12, 6},
+      {B({237, 1}), 13, 2},
+      {B({238, 4, 3, 0}), 2, 4},
+      {B({239, 4, 1, 0xAA}), 4, 4},
+  };
+  for (const MinCase &c : cases) {
+    SCOPED_TRACE(int(c.in[0]));
+    OfficePrivateDataElement e;
+    EXPECT_EQ(Parse(c.in, e), c.consumed);
+    EXPECT_EQ(e.choiceId, c.choiceId);
+    EXPECT_TRUE(e.Present());
+    EXPECT_EQ(OfficePrivateDataElement::IdentifierOf(c.choiceId), c.in[0]);
+
+    Bytes shorter(c.in.begin(), c.in.end() - 1);
+    OfficePrivateDataElement s;
+    EXPECT_EQ(Parse(shorter, s), 0u);
+    EXPECT_FALSE(s.Present());
+  }
+
+  OfficePrivateDataElement e;
+  EXPECT_EQ(Parse(B({0x01, 0x02, 0x03}), e), 0u);  // unknown identifier
+  EXPECT_EQ(Parse(B({0, 3, 'A', 'B'}), e), 0u);    // length runs past the end
+  EXPECT_EQ(Parse(B({237, 0, 1, 2}), e), 0u);      // 237 needs octet 1 not zero
+  EXPECT_EQ(Parse(B({231, 6, 1, 0xAA, 0xBB}), e), 0u);  // total length past the end
+  EXPECT_EQ(Parse(B({176, 23, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}), e), 0u);
+}
+
+TEST(OfficeElement, ValuesAndConsumedCounts) {
+  OfficePrivateDataElement e;
+
+  // Length-prefixed strings keep a terminating zero after the data.
+  ASSERT_EQ(Parse(B({211, 3, '1', '0', '1', 0xEE}), e), 5u);
+  EXPECT_EQ(e.deviceID->Str(), "101");
+  EXPECT_EQ(e.deviceID->octs[3], 0);
+
+  ASSERT_EQ(Parse(B({224, 5, 6, 1, 255}), e), 5u);
+  EXPECT_EQ(e.tds->tdsCse.value, 6);
+  EXPECT_EQ(e.tds->inputCtrl.value, 1);
+  EXPECT_EQ(e.tds->applSubId.value, 255);
+
+  ASSERT_EQ(Parse(B({232, 3, 0x01}), e), 3u);  // bit 0 is the octet's bit of value 1
+  EXPECT_TRUE(e.deviceIndication->bits.GetBit(0));
+  EXPECT_FALSE(e.deviceIndication->bits.GetBit(7));
+  ASSERT_EQ(Parse(B({201, 3, 0x84}), e), 3u);
+  EXPECT_TRUE(e.extendedRequest->bits.GetBit(2));
+  EXPECT_TRUE(e.extendedRequest->bits.GetBit(7));
+  EXPECT_FALSE(e.extendedRequest->bits.GetBit(0));
+
+  ASSERT_EQ(Parse(B({175, 4, 0xFF, 163}), e), 4u);
+  EXPECT_EQ(e.tracerAction->value.value, 163);
+  EXPECT_EQ(PrivTracerAction().value.value, 162);
+
+  ASSERT_EQ(Parse(B({233, 6, 0x10, 0x20, 3, 4}), e), 6u);
+  EXPECT_EQ(OctsBytes(e.sdConnectionID->callID), B({0x10, 0x20}));
+  EXPECT_EQ(e.sdConnectionID->state.value, 3);
+
+  // 236 needs six, takes eight, or what is left when fewer remain.
+  ASSERT_EQ(Parse(B({236, 8, 1, 2, 3, 9, 9, 9, 0xD3, 0}), e), 8u);
+  EXPECT_EQ(OctsBytes(e.buttonInformation->info), B({1, 2, 3}));
+  EXPECT_EQ(Parse(B({236, 8, 1, 2, 3, 9, 9}), e), 7u);
+
+  // 235 and 237 take everything that is left.
+  ASSERT_EQ(Parse(B({235, 3, 1, 0xD3, 0}), e), 5u);
+  EXPECT_TRUE(bool(e.buttonPressEventInfo->pressed));
+  ASSERT_EQ(Parse(B({235, 3, 2}), e), 3u);
+  EXPECT_FALSE(bool(e.buttonPressEventInfo->pressed));
+  ASSERT_EQ(Parse(B({237, 4, 7, 0x41, 0xD3, 0}), e), 6u);
+  EXPECT_EQ(e.buttonInformationResult->value.value, 7);
+  EXPECT_EQ(OctsBytes(e.buttonInformationResult->octet), B({0x41}));
+
+  ASSERT_EQ(Parse(B({238, 4, 9, 0}), e), 4u);
+  EXPECT_EQ(e.callQLen->value, 9);
+
+  // Variable elements with a total length octet.
+  ASSERT_EQ(Parse(B({228, 12, 2, 1, 2, 1, 30, 3, 'a', 'b', 'c', 0, 0xEE}), e), 12u);
+  EXPECT_EQ(OctsBytes(e.cdrExtensions->firstTime), B({1, 2}));
+  EXPECT_EQ(OctsBytes(e.cdrExtensions->secondTime), B({30}));
+  EXPECT_EQ(e.cdrExtensions->firstText.Str(), "abc");
+  EXPECT_EQ(e.cdrExtensions->secondText.octetLen, 0u);
+  ASSERT_EQ(Parse(B({231, 6, 2, 0xA1, 0xA2, 0xB1}), e), 6u);
+  EXPECT_EQ(OctsBytes(e.callLinkage->gid.value), B({0xA1, 0xA2}));
+  EXPECT_EQ(OctsBytes(e.callLinkage->tid.value), B({0xB1}));
+  ASSERT_EQ(Parse(B({239, 7, 2, 0x01, 0x02, '2', '0'}), e), 7u);
+  EXPECT_EQ(e.partnerConnection->deviceID.Str(), "20");
+}
+
+TEST(OfficeList, ParsesUntilAnElementTakesNothing) {
+  OfficePrivateData list;
+  Bytes in = B({224, 5, 6, 0, 255, 232, 3, 1, 0x77, 238, 4, 1, 0});
+  EXPECT_EQ(list.DecodeOctets(in.data(), in.size()), 2u);
+  ASSERT_EQ(list.Count(), 2u);
+  ASSERT_NE(list.Find(OfficePrivateDataElement::tdsCid), nullptr);
+  EXPECT_EQ(list.Find(3)->tds->tdsCse.value, 6);
+  ASSERT_NE(list.Find(6), nullptr);
+  EXPECT_EQ(list.Find(2), nullptr);  // after the unknown identifier
+
+  OfficePrivateData empty;
+  EXPECT_EQ(empty.DecodeOctets(in.data(), 0), 0u);
+  EXPECT_EQ(empty.Count(), 0u);
+}
+
+TEST(OfficeList, BuiltElementsWriteAndReadBack) {
+  OfficePrivateData list;
+  // The data-path request's TDS: first number Y = 6, second X = 0, integer 255.
+  PrivTDS *tds = list.Append()->Set_tds();
+  tds->tdsCse.Set(6);
+  tds->applSubId.Set(255);
+  list.Append()->Set_deviceID()->Set("4711");
+  list.Append()->Set_deviceIndication()->bits.SetBit(0);
+  list.Append()->Set_callQLen()->Set(3);
+  PrivCdrExtensions *cdr = list.Append()->Set_cdrExtensions();
+  cdr->firstTime.Set("\x01", 1);
+  cdr->secondTime.Set("\x1E", 1);
+  cdr->firstText.Set("acct");
+  list.Append()->Set_tracerStatusInfo()->status.Set("\x05\x06", 2);
+  list.Append()->Set_buttonInformation()->info.Set("\x01\x02\x03", 3);
+  list.Append()->Set_buttonInformationResult()->value.Set(7);  // takes the rest: written last
+
+  Bytes out = OctetsOf(list);
+  Bytes expected = Cat({B({224, 5, 6, 0, 255}), B({211, 4, '4', '7', '1', '1'}), B({232, 3, 1}), B({238, 4, 3, 0}),
+                        B({228, 12, 1, 1, 1, 30, 4, 'a', 'c', 'c', 't', 0}), B({176, 24, 162, 5, 6}),
+                        Bytes(19, 0), B({236, 8, 1, 2, 3, 0, 0, 0}), B({237, 4, 7, 0})});
+  EXPECT_EQ(out, expected);
+
+  OfficePrivateData back;
+  EXPECT_EQ(back.DecodeOctets(out.data(), out.size()), 8u);
+  EXPECT_EQ(OctetsOf(back), out);
+  EXPECT_EQ(back.Find(20)->cdrExtensions->firstText.Str(), "acct");
+
+  std::string s = PrintOf(back);
+  EXPECT_EQ(s.rfind("{ -- Private Data --", 0), 0u) << s;
+  EXPECT_NE(s.find("{ -- TDS --"), std::string::npos) << s;
+  EXPECT_NE(s.find("TDSCse = 6 (Next Parameter)"), std::string::npos) << s;
+  EXPECT_NE(s.find("InputCtrl = 0 (Accept And Echo Input)"), std::string::npos) << s;
+  EXPECT_NE(s.find("ApplSubId = 255"), std::string::npos) << s;
+  EXPECT_NE(s.find("DeviceID = \"4711\""), std::string::npos) << s;
+  EXPECT_NE(s.find("CallQLen = 3, "), std::string::npos) << s;
+  EXPECT_EQ(s.back(), '}');
+  std::string t = PrintOf(back, true);
+  EXPECT_EQ(t.rfind("{ <REM>-- Private Data --</REM>", 0), 0u) << t;
+
+  // Copies are independent.
+  OfficePrivateData copy(back);
+  back.RemoveAll();
+  EXPECT_EQ(OctetsOf(copy), out);
+}
