@@ -1,0 +1,117 @@
+// Internal declarations of the Windows library: the thread-message record, the
+// callback table, the worker thread's handles and the posting wrapper.
+#ifndef K3_BOUNDARY_BOUNDARY_H
+#define K3_BOUNDARY_BOUNDARY_H
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "asn/asn_octs.h"
+#include "kestrel3.h"
+
+namespace k3b {
+
+// Thread messages posted to the worker thread.
+constexpr UINT kMsgLineOpen = 1025;
+constexpr UINT kMsgDevSpecific = 1026;
+constexpr UINT kMsgFromVorta = 1027;
+constexpr UINT kMsgMonitorStart = 1028;
+constexpr UINT kMsgMonitorStop = 1029;
+constexpr UINT kMsgMonitorClear = 1030;
+
+// Event-log categories used by the library.
+constexpr uint16_t kCategoryThread = 1;  // thread and message posting
+constexpr uint16_t kCategoryEvent = 3;   // rendezvous and event objects
+constexpr uint16_t kCategoryError = 4;   // registration failure, caught exceptions
+
+// Sizes of the device texts the record carries, terminator included.
+constexpr size_t kStartDeviceRoom = 12;
+constexpr size_t kStopDeviceRoom = 20;
+
+// The record posted as lParam with messages 1025 and 1026, 1028..1030. Each
+// export fills only its own group; the worker thread frees the record.
+struct ThreadMessageRecord {
+  uint32_t openLine;  // 1025
+  uint32_t requestLine;  // 1026
+  uint32_t requestId;
+  void *block;  // the caller's own parameter block
+  uint32_t blockSize;
+  uint32_t startLine;  // 1028
+  char startDevice[kStartDeviceRoom];
+  CSTA3V6::AsnOcts crossRefId;  // 1028 fills it; empty otherwise
+  union Tail {
+    // 1029: the device text runs to the end of the record ...
+    struct {
+      uint32_t line;
+      char device[kStopDeviceRoom];
+    } stop;
+    // ... over the line index of 1030, which takes the last four bytes.
+    struct {
+      uint32_t overlap[5];
+      uint32_t line;
+    } clear;
+  } tail;
+};
+static_assert(sizeof(ThreadMessageRecord) == 96, "the thread-message record is 96 bytes");
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+static_assert(offsetof(ThreadMessageRecord, requestLine) == 4 && offsetof(ThreadMessageRecord, block) == 16 &&
+                  offsetof(ThreadMessageRecord, blockSize) == 24 && offsetof(ThreadMessageRecord, startLine) == 28 &&
+                  offsetof(ThreadMessageRecord, startDevice) == 32 && offsetof(ThreadMessageRecord, crossRefId) == 48 &&
+                  offsetof(ThreadMessageRecord, tail) == 72,
+              "thread-message record layout");
+#pragma GCC diagnostic pop
+static_assert(offsetof(ThreadMessageRecord::Tail, clear.line) == 20, "1030's line index takes the record's last bytes");
+static_assert(sizeof(CSTA3V6::AsnOcts) == 24, "the cross-reference value takes 24 bytes");
+
+ThreadMessageRecord *NewRecord();  // zeroed, with an empty cross-reference value
+void FreeRecord(ThreadMessageRecord *record);
+
+// Copies text into a field of room bytes, cut to room-1 characters and always
+// terminated; reads no byte of text past what it copies. A null text gives "".
+void CopyDeviceText(char *field, size_t room, const char *text);
+
+// Everything the open exports store; one set for the whole process.
+struct CallbackTable {
+  K3_SEND_TO_PBX_CALLBACK send;
+  K3_REPLY_CALLBACK reply;
+  K3_EVENT_CALLBACK event;
+  void *valueA;
+  void *valueB;
+  uint32_t extVersion;  // nonzero while a line is open
+  uint32_t phoneValue1;
+  uintptr_t phoneValue2;
+};
+extern CallbackTable g_callbacks;
+
+// The worker thread and the objects around it.
+struct WorkerState {
+  HMODULE module;
+  HANDLE thread;
+  DWORD threadId;
+  HANDLE evInitialized;  // "EventInitialized": the loop has ended
+  HANDLE evFromVorta;    // "EventCSTAfromVorta": the worker is parked
+  HANDLE evMainThread;   // "EventMainThread": the caller is done
+  HANDLE queueReady;     // unnamed, manual reset: the worker has its message queue
+  UINT_PTR timerId;      // the sweep timer, 0 while none exists
+  volatile LONG stopping;  // set by StopThread before it posts the quit message
+};
+extern WorkerState g_worker;
+
+BOOL OnProcessAttach(HMODULE module);
+void OnProcessDetach();
+BOOL StartThread();
+BOOL StopThread();
+unsigned __stdcall ThreadProc(void *);
+// Posts one thread message to the worker; 1 when the platform took it.
+uint32_t ThreadMessage(UINT id, WPARAM wParam, ThreadMessageRecord *record);
+
+// Installs / removes the Win32 implementation of the platform seam.
+void InstallWin32Platform();
+void RemoveWin32Platform();
+
+}  // namespace k3b
+
+#endif

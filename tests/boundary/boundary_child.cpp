@@ -1,0 +1,86 @@
+// k3-boundary-child: drives the shipped Kestrel3.dll into its failure reports so
+// that a parent can read them from the real event log (Wine prints error
+// events on its err channel). Usage: k3-boundary-child busy-unload|dead-worker
+#include <windows.h>
+#include <tlhelp32.h>
+
+#include <cstdio>
+#include <cstring>
+#include <set>
+
+#include "kestrel3.h"
+
+namespace {
+
+std::set<DWORD> Threads() {
+  std::set<DWORD> ids;
+  HANDLE snap = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+  THREADENTRY32 te;
+  te.dwSize = sizeof te;
+  for (BOOL ok = Thread32First(snap, &te); ok; ok = Thread32Next(snap, &te))
+    if (te.th32OwnerProcessID == GetCurrentProcessId()) ids.insert(te.th32ThreadID);
+  CloseHandle(snap);
+  return ids;
+}
+
+// The library's worker: the new thread that runs one step above normal.
+DWORD FindWorker(const std::set<DWORD> &before) {
+  for (DWORD id : Threads()) {
+    if (before.count(id)) continue;
+    HANDLE t = OpenThread(THREAD_QUERY_INFORMATION, FALSE, id);
+    int priority = t ? GetThreadPriority(t) : 0;
+    if (t) CloseHandle(t);
+    if (priority == THREAD_PRIORITY_ABOVE_NORMAL) return id;
+  }
+  return 0;
+}
+
+template <class F>
+F Get(HMODULE dll, const char *name) {
+  return reinterpret_cast<F>(reinterpret_cast<void (*)()>(GetProcAddress(dll, name)));
+}
+
+uint32_t K3_CALL Reply(uint32_t, uint32_t, uint32_t) { return 1; }
+uint32_t K3_CALL Event(uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) { return 0; }
+uint32_t K3_CALL Send(uint32_t, const void *, void *, uint32_t) { return 1; }
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  const char *scenario = argc > 1 ? argv[1] : "";
+  std::set<DWORD> before = Threads();
+  HMODULE dll = LoadLibraryA("Kestrel3.dll");
+  if (!dll) {
+    std::printf("LoadLibrary failed: %lu\n", GetLastError());
+    return 1;
+  }
+  DWORD worker = FindWorker(before);
+  std::printf("worker thread %lu\n", worker);
+  if (!worker) return 1;
+
+  if (std::strcmp(scenario, "busy-unload") == 0) {
+    // Park the worker in a rendezvous that no caller completes.
+    for (int i = 0; i < 1000 && !PostThreadMessageA(worker, 1027, 0, 0); ++i) Sleep(5);
+    Sleep(100);
+  } else if (std::strcmp(scenario, "dead-worker") == 0) {
+    HANDLE t = OpenThread(SYNCHRONIZE, FALSE, worker);
+    for (int i = 0; i < 1000 && !PostThreadMessageA(worker, WM_QUIT, 0, 0); ++i) Sleep(5);
+    WaitForSingleObject(t, 5000);
+    CloseHandle(t);
+    unsigned char block[2] = {0x41, 0};
+    auto lineOpen = Get<PFN_fn_vrt_lineOpenAndSelectExtVersion>(dll, "fn_vrt_lineOpenAndSelectExtVersion");
+    auto devSpecific = Get<PFN_fn_vrt_lineDevSpecific>(dll, "fn_vrt_lineDevSpecific");
+    auto monClear = Get<PFN_fn_vrt_MonitorClear>(dll, "fn_vrt_MonitorClear");
+    std::printf("open %u\n", lineOpen(0, 0x20000, Reply, Event, nullptr, Send, nullptr));
+    std::printf("request 0x%08x\n", devSpecific(0, 1, block, 2));
+    std::printf("clear 0x%08x\n", monClear(0));
+  } else {
+    std::printf("unknown scenario\n");
+    return 2;
+  }
+  DWORD start = GetTickCount();
+  FreeLibrary(dll);
+  std::printf("unloaded after %lu ms\n", GetTickCount() - start);
+  std::fflush(stdout);
+  return 0;
+}
