@@ -1,0 +1,473 @@
+// Table-driven encode, decode, copy, print and destruction of the generated
+// SEQUENCE and CHOICE classes.
+
+#include "asn/asn_gen.h"
+
+#include <cstring>
+#include <ostream>
+#include <string>
+
+namespace CSTA3V6 {
+
+namespace {
+
+AsnType *UnknownCreate() { return new AsnType; }
+void UnknownAssign(AsnType *, const AsnType *) {}
+AsnLen UnknownEnc(const AsnType *, AsnBuf &) { return 0; }
+void UnknownDec(AsnType *, AsnBuf &, AsnLen &) {}
+void UnknownDecContent(AsnType *, AsnBuf &, AsnTag, AsnLen, AsnLen &) {}
+
+template <class T>
+T *At(const void *obj, uint32_t off) {
+  return reinterpret_cast<T *>(const_cast<char *>(static_cast<const char *>(obj)) + off);
+}
+
+AsnType *Member(const GenField &f, const void *obj) {
+  if (f.flags & GF_PTR) return *At<AsnType *>(obj, f.offset);
+  return At<AsnType>(obj, f.offset);
+}
+
+uint32_t ChoiceId(const GenChoiceInfo &ti, const void *obj) {
+  uint32_t id;
+  std::memcpy(&id, At<char>(obj, ti.idOffset), sizeof id);
+  return id;
+}
+
+void SetChoiceId(const GenChoiceInfo &ti, void *obj, uint32_t id) {
+  std::memcpy(At<char>(obj, ti.idOffset), &id, sizeof id);
+}
+
+AsnType *&ChoiceAlt(const GenChoiceInfo &ti, const void *obj) { return *At<AsnType *>(obj, ti.altOffset); }
+
+// The class of an open component: the factory's answer for the current value,
+// provided the object in hand really is of that class.
+const GenOps *OpenOps(const GenField &f, const GenSeqInfo &ti, const void *obj, const AsnType *v) {
+  const GenField &by = ti.fields[f.definedBy];
+  const AsnInt *val = static_cast<const AsnInt *>(Member(by, obj));
+  const GenOps *ops = val ? f.factory(val->value) : &kGenUnknownOps;
+  if (v && typeid(*v) != *ops->type) return &kGenUnknownOps;
+  return ops;
+}
+
+bool TagMatches(const GenField &f, AsnTag tag) {
+  if (f.tag) {
+    if (f.flags & GF_PC) return (tag & ~0x20000000u) == (f.tag & ~0x20000000u);
+    return tag == f.tag;
+  }
+  if (f.tags) {
+    for (const AsnTag *t = f.tags; *t; ++t)
+      if (*t == tag) return true;
+  }
+  return false;
+}
+
+AsnLen EncMember(const GenField &f, const GenOps *ops, const AsnType *v, AsnBuf &b) {
+  AsnLen l;
+  if (f.flags & GF_EXPLICIT) {
+    l = ops->enc(v, b);
+    l += BEncDefLen(b, l);
+    l += GenPutTag(b, f.tag);
+  } else if (f.tag == 0) {
+    l = ops->enc(v, b);  // untagged CHOICE or open type: its own encoding
+  } else {
+    l = ops->encContent(v, b);
+    l += BEncDefLen(b, l);
+    l += GenPutTag(b, f.tag);
+  }
+  return l;
+}
+
+// Decodes a member whose tag (already matched) is in hand.
+void DecMember(const GenField &f, const GenOps *ops, AsnType *v, AsnBuf &b, AsnTag tag, AsnLen &local,
+               int errLength) {
+  AsnLen len = BDecLen(b, local);
+  if (f.flags & GF_EXPLICIT) {
+    AsnLen inner = 0;
+    ops->dec(v, b, inner);
+    if (len == INDEFINITE_LEN) {
+      BDecEoc(b, inner);
+    } else if (inner != len) {
+      AsnFail(b, "ERROR - Length discrepancy on sequence.", errLength);
+    }
+    local += inner;
+  } else {
+    ops->decContent(v, b, tag, len, local);
+  }
+}
+
+bool AtEnd(AsnBuf &b, AsnLen len, AsnLen local) {
+  if (len == INDEFINITE_LEN) return b.Remaining() == 0 || b.PeekByte() == 0;
+  return local >= len;
+}
+
+}  // namespace
+
+const GenOps kGenUnknownOps = {UnknownCreate, UnknownAssign,     UnknownEnc, UnknownEnc,
+                               UnknownDec,    UnknownDecContent, &typeid(AsnType)};
+
+AsnLen GenPutTag(AsnBuf &b, AsnTag tag) {
+  unsigned char o[4] = {uint8_t(tag >> 24), uint8_t(tag >> 16), uint8_t(tag >> 8), uint8_t(tag)};
+  size_t n = 1;
+  if ((o[0] & 0x1F) == 0x1F) {
+    while (n < 4 && (o[n] & 0x80)) ++n;
+    if (n < 4) ++n;
+  }
+  b.PutSegRvs(o, n);
+  return AsnLen(n);
+}
+
+AsnLen GenTaggedBEnc(AsnBuf &b, AsnTag tag, AsnLen contentLen) {
+  AsnLen l = contentLen;
+  l += BEncDefLen(b, l);
+  l += GenPutTag(b, tag);
+  return l;
+}
+
+AsnLen GenTaggedBDecHeader(AsnBuf &b, AsnTag tag, bool pc, const char *typeName, int errTag, AsnTag &tagRead,
+                           AsnLen &bytesDecoded) {
+  tagRead = BDecTag(b, bytesDecoded);
+  bool ok = pc ? (tagRead & ~0x20000000u) == (tag & ~0x20000000u) : tagRead == tag;
+  if (!ok) {
+    if (!typeName) AsnThrow(errTag);
+    AsnFail(b, (std::string(typeName) + "::BDec: ERROR - wrong tag").c_str(), errTag);
+  }
+  return BDecLen(b, bytesDecoded);
+}
+
+// ---- SEQUENCE / SET -----------------------------------------------------------
+
+void GenSeqAssign(const GenSeqInfo &ti, AsnType *dst, const AsnType *src) {
+  if (dst == src) return;
+  for (uint16_t i = 0; i < ti.count; ++i) {
+    const GenField &f = ti.fields[i];
+    if (!(f.flags & GF_PTR)) {
+      f.ops->assign(At<AsnType>(dst, f.offset), At<AsnType>(src, f.offset));
+      continue;
+    }
+    AsnType *s = *At<AsnType *>(src, f.offset);
+    AsnType *&d = *At<AsnType *>(dst, f.offset);
+    if (!s) {
+      delete d;
+      d = nullptr;
+      continue;
+    }
+    const GenOps *ops = f.ops;
+    if (f.flags & GF_OPEN) {
+      // The value component comes first and is already copied.
+      ops = OpenOps(f, ti, src, s);
+      delete d;
+      d = ops->create();
+    } else if (!d) {
+      d = ops->create();
+    }
+    ops->assign(d, s);
+  }
+}
+
+void GenSeqFree(const GenSeqInfo &ti, AsnType *obj) {
+  for (uint16_t i = 0; i < ti.count; ++i) {
+    const GenField &f = ti.fields[i];
+    if (f.flags & GF_PTR) {
+      AsnType *&p = *At<AsnType *>(obj, f.offset);
+      delete p;
+      p = nullptr;
+    }
+  }
+}
+
+AsnLen GenSeqBEncContent(const GenSeqInfo &ti, const AsnType *obj, AsnBuf &b) {
+  AsnLen l = 0;
+  for (uint16_t i = ti.count; i-- > 0;) {
+    const GenField &f = ti.fields[i];
+    const AsnType *v = Member(f, obj);
+    if (!v) continue;
+    const GenOps *ops = (f.flags & GF_OPEN) ? OpenOps(f, ti, obj, v) : f.ops;
+    l += EncMember(f, ops, v, b);
+  }
+  return l;
+}
+
+AsnLen GenSeqBEnc(const GenSeqInfo &ti, const AsnType *obj, AsnBuf &b) {
+  return GenTaggedBEnc(b, ti.ownTag, GenSeqBEncContent(ti, obj, b));
+}
+
+void GenSeqBDec(const GenSeqInfo &ti, AsnType *obj, AsnBuf &b, AsnLen &bytesDecoded) {
+  AsnTag t;
+  AsnLen n = 0;
+  AsnLen len = GenTaggedBDecHeader(b, ti.ownTag, false, ti.typeName, ti.errTag, t, n);
+  GenSeqBDecContent(ti, obj, b, t, len, n);
+  bytesDecoded += n;
+}
+
+// Decodes an optional component into a fresh object; on a decode error puts the
+// buffer back where it was (just after the tag) and returns null.
+static AsnType *TryDecMember(const GenField &f, AsnBuf &b, AsnTag tag, AsnLen &local, int errLength) {
+  unsigned char *readLoc = b.readLoc;
+  bool readError = b.readError;
+  AsnLen before = local;
+  std::ostream *err = b.errStream;
+  std::ostream quiet(nullptr);
+  b.errStream = &quiet;
+  AsnType *v = f.ops->create();
+  try {
+    DecMember(f, f.ops, v, b, tag, local, errLength);
+  } catch (const AsnDecodeError &) {
+    delete v;
+    v = nullptr;
+    b.readLoc = readLoc;
+    b.readError = readError;
+    local = before;
+  } catch (...) {
+    b.errStream = err;
+    delete v;
+    throw;
+  }
+  b.errStream = err;
+  return v;
+}
+
+void GenSeqBDecContent(const GenSeqInfo &ti, AsnType *obj, AsnBuf &b, AsnTag, AsnLen len, AsnLen &bytesDecoded) {
+  AsnLen local = 0;
+  AsnTag tag = 0;
+  bool inHand = false;
+  const unsigned char *tagStart = nullptr;
+  AsnLen tagOctets = 0;
+  for (uint16_t i = 0; i < ti.count; ++i) {
+    const GenField &f = ti.fields[i];
+    if (f.flags & GF_OPEN) {
+      // An open component decodes itself, tag included.
+      if (inHand) {
+        b.readLoc = const_cast<unsigned char *>(tagStart);
+        local -= tagOctets;
+        inHand = false;
+      }
+      if (AtEnd(b, len, local)) {
+        if (!(f.flags & GF_OPT)) {
+          AsnFail(b, (std::string("ERROR - SEQUENCE is missing non-optional elmt '") + f.name + "'.").c_str(),
+                  f.errMissing);
+        }
+        continue;
+      }
+      const GenOps *ops = OpenOps(f, ti, obj, nullptr);
+      AsnType *&p = *At<AsnType *>(obj, f.offset);
+      delete p;
+      p = ops->create();
+      ops->dec(p, b, local);
+      continue;
+    }
+    if (!inHand && !AtEnd(b, len, local)) {
+      tagStart = b.readLoc;
+      AsnLen before = local;
+      tag = BDecTag(b, local);
+      tagOctets = local - before;
+      inHand = true;
+    }
+    if (inHand && TagMatches(f, tag) && (f.flags & GF_TRIAL)) {
+      // The tag could also start a later component (an escape's private data
+      // and its optional security data are both SEQUENCEs): decode on trial,
+      // quietly, and leave the tag in hand when the octets do not fit.
+      if (AsnType *v = TryDecMember(f, b, tag, local, ti.errLength)) {
+        AsnType *&p = *At<AsnType *>(obj, f.offset);
+        delete p;
+        p = v;
+        inHand = false;
+      }
+      continue;
+    }
+    if (inHand && TagMatches(f, tag)) {
+      inHand = false;
+      AsnType *v;
+      if (f.flags & GF_PTR) {
+        AsnType *&p = *At<AsnType *>(obj, f.offset);
+        if (!p) p = f.ops->create();
+        v = p;
+      } else {
+        v = At<AsnType>(obj, f.offset);
+      }
+      DecMember(f, f.ops, v, b, tag, local, ti.errLength);
+    } else if (!(f.flags & GF_OPT)) {
+      AsnFail(b, (std::string("ERROR - SEQUENCE is missing non-optional elmt '") + f.name + "'.").c_str(),
+              f.errMissing);
+    }
+  }
+  if (len == INDEFINITE_LEN) {
+    if (inHand) AsnFail(b, "ERROR - Length discrepancy on sequence.", ti.errLength);
+    BDecEoc(b, local);
+  } else if (inHand || local != len) {
+    AsnFail(b, "ERROR - Length discrepancy on sequence.", ti.errLength);
+  }
+  bytesDecoded += local;
+}
+
+void GenSeqPrint(const GenSeqInfo &ti, const AsnType *obj, AsnPrintStream &os) {
+  if (!os.atLineStart) {
+    os.Newline();
+    os.Indent();
+  }
+  const char *rem = ti.ownTag == 0x31000000u ? "-- SET -- " : "-- SEQUENCE -- ";
+  os << "{ ";
+  if (os.tagged) {
+    os << "<REM>" << rem << "</REM>";
+  } else {
+    os << rem;
+  }
+  os.Newline();
+  os.IndentMore();
+  bool first = true;
+  for (uint16_t i = 0; i < ti.count; ++i) {
+    const GenField &f = ti.fields[i];
+    const AsnType *v = Member(f, obj);
+    if (!v) continue;
+    if (!first) {
+      os << ",";
+      os.Newline();
+    }
+    first = false;
+    os.Indent();
+    os << f.name;
+    os << *v;
+  }
+  os.IndentLess();
+  os.Newline();
+  os.Indent();
+  os << "}";
+}
+
+// ---- CHOICE -------------------------------------------------------------------
+
+void GenChoiceFree(const GenChoiceInfo &ti, AsnType *obj) {
+  AsnType *&p = ChoiceAlt(ti, obj);
+  if (ChoiceId(ti, obj) < ti.count) delete p;
+  p = nullptr;
+}
+
+void GenChoiceAssign(const GenChoiceInfo &ti, AsnType *dst, const AsnType *src) {
+  if (dst == src) return;
+  GenChoiceFree(ti, dst);
+  uint32_t id = ChoiceId(ti, src);
+  SetChoiceId(ti, dst, id);
+  const AsnType *s = ChoiceAlt(ti, src);
+  if (id < ti.count && s) {
+    AsnType *d = ti.alts[id].ops->create();
+    ti.alts[id].ops->assign(d, s);
+    ChoiceAlt(ti, dst) = d;
+  }
+}
+
+AsnLen GenChoiceBEncContent(const GenChoiceInfo &ti, const AsnType *obj, AsnBuf &b) {
+  uint32_t id = ChoiceId(ti, obj);
+  const AsnType *v = ChoiceAlt(ti, obj);
+  if (id >= ti.count || !v) return 0;
+  return EncMember(ti.alts[id], ti.alts[id].ops, v, b);
+}
+
+AsnLen GenChoiceBEnc(const GenChoiceInfo &ti, const AsnType *obj, AsnBuf &b) {
+  AsnLen l = GenChoiceBEncContent(ti, obj, b);
+  if (ti.ownTag) l = GenTaggedBEnc(b, ti.ownTag, l);
+  return l;
+}
+
+namespace {
+
+void ChoiceDispatch(const GenChoiceInfo &ti, AsnType *obj, AsnBuf &b, AsnTag tag, AsnLen &local) {
+  for (uint16_t i = 0; i < ti.count; ++i) {
+    const GenField &f = ti.alts[i];
+    if (!TagMatches(f, tag)) continue;
+    GenChoiceFree(ti, obj);
+    SetChoiceId(ti, obj, i);
+    AsnType *v = f.ops->create();
+    ChoiceAlt(ti, obj) = v;
+    if (f.tag == 0) {
+      // Untagged CHOICE alternative: the tag in hand is its alternative's tag.
+      AsnLen len = BDecLen(b, local);
+      f.ops->decContent(v, b, tag, len, local);
+    } else {
+      DecMember(f, f.ops, v, b, tag, local, ti.errChoice);
+    }
+    return;
+  }
+  AsnFail(b, "ERROR - unexpected tag in CHOICE", ti.errChoice);
+}
+
+}  // namespace
+
+void GenChoiceBDecContent(const GenChoiceInfo &ti, AsnType *obj, AsnBuf &b, AsnTag tag, AsnLen len,
+                          AsnLen &bytesDecoded) {
+  if (!ti.ownTag) {
+    // The tag and length in hand belong to the alternative.
+    AsnLen local = 0;
+    const GenField *f = nullptr;
+    for (uint16_t i = 0; i < ti.count; ++i)
+      if (TagMatches(ti.alts[i], tag)) {
+        f = &ti.alts[i];
+        GenChoiceFree(ti, obj);
+        SetChoiceId(ti, obj, i);
+        AsnType *v = f->ops->create();
+        ChoiceAlt(ti, obj) = v;
+        if (f->flags & GF_EXPLICIT) {
+          AsnLen inner = 0;
+          f->ops->dec(v, b, inner);
+          if (len == INDEFINITE_LEN) BDecEoc(b, inner);
+          local += inner;
+        } else {
+          f->ops->decContent(v, b, tag, len, local);
+        }
+        break;
+      }
+    if (!f) AsnFail(b, "ERROR - unexpected tag in CHOICE", ti.errChoice);
+    bytesDecoded += local;
+    return;
+  }
+  // Tagged CHOICE: the content is one alternative with its own tag.
+  AsnLen local = 0;
+  AsnTag inner = BDecTag(b, local);
+  ChoiceDispatch(ti, obj, b, inner, local);
+  if (len == INDEFINITE_LEN) BDecEoc(b, local);
+  bytesDecoded += local;
+}
+
+void GenChoiceBDec(const GenChoiceInfo &ti, AsnType *obj, AsnBuf &b, AsnLen &bytesDecoded) {
+  AsnLen n = 0;
+  AsnTag tag = BDecTag(b, n);
+  if (ti.ownTag && tag != ti.ownTag) {
+    AsnFail(b, (std::string(ti.typeName) + "::BDec: ERROR - wrong tag").c_str(), ti.errTag);
+  }
+  AsnLen len = BDecLen(b, n);
+  GenChoiceBDecContent(ti, obj, b, tag, len, n);
+  bytesDecoded += n;
+}
+
+void GenChoicePrint(const GenChoiceInfo &ti, const AsnType *obj, AsnPrintStream &os) {
+  uint32_t id = ChoiceId(ti, obj);
+  const AsnType *v = ChoiceAlt(ti, obj);
+  if (id >= ti.count || !v) return;
+  if (!os.atLineStart) os << ".";
+  os << ti.alts[id].name;
+  os << *v;
+}
+
+// ---- named values -----------------------------------------------------------------
+
+void GenPrintNamedInt(const AsnInt &v, AsnPrintStream &os) {
+  os << " = ";
+  if (os.tagged) {
+    os << "<CNST>" << int(v.value) << "</CNST>";
+  } else {
+    os << int(v.value);
+  }
+}
+
+void GenPrintNamedBits(const AsnBits &v, const GenBitName *names, size_t n, AsnPrintStream &os) {
+  v.AsnBits::Print(os);
+  os << (os.tagged ? " <REM>-- true bits -- </REM>" : " -- true bits -- ");
+  for (size_t i = 0; i < n; ++i) {
+    if (!v.GetBit(names[i].bit)) continue;
+    if (os.tagged) {
+      os << "<TBIT>" << names[i].name << "</TBIT>" << " ";
+    } else {
+      os << names[i].name << " ";
+    }
+  }
+}
+
+}  // namespace CSTA3V6

@@ -1,0 +1,224 @@
+#ifndef K3_ASN_ASN_GEN_H
+#define K3_ASN_ASN_GEN_H
+
+// Shared machinery of the generated model classes. Each generated SEQUENCE or
+// CHOICE class carries only a static table of its components; the functions
+// here encode, decode, copy, print and destroy through that table.
+
+#include <cstddef>
+#include <cstdint>
+#include <typeinfo>
+
+#include "asn/asn.h"
+
+namespace CSTA3V6 {
+
+// What the generic code needs to know about a member class.
+struct GenOps {
+  AsnType *(*create)();
+  void (*assign)(AsnType *dst, const AsnType *src);
+  AsnLen (*enc)(const AsnType *v, AsnBuf &b);         // tag, length and content
+  AsnLen (*encContent)(const AsnType *v, AsnBuf &b);  // content only
+  void (*dec)(AsnType *v, AsnBuf &b, AsnLen &bytesDecoded);
+  void (*decContent)(AsnType *v, AsnBuf &b, AsnTag tag, AsnLen len, AsnLen &bytesDecoded);
+  const std::type_info *type;
+};
+
+template <class T>
+struct GenOpsOf {
+  static AsnType *Create() { return new T; }
+  static void Assign(AsnType *d, const AsnType *s) { *static_cast<T *>(d) = *static_cast<const T *>(s); }
+  static AsnLen Enc(const AsnType *v, AsnBuf &b) { return static_cast<const T *>(v)->BEnc(b); }
+  static AsnLen EncContent(const AsnType *v, AsnBuf &b) { return static_cast<const T *>(v)->BEncContent(b); }
+  static void Dec(AsnType *v, AsnBuf &b, AsnLen &n) { static_cast<T *>(v)->BDec(b, n); }
+  static void DecContent(AsnType *v, AsnBuf &b, AsnTag t, AsnLen l, AsnLen &n) {
+    static_cast<T *>(v)->BDecContent(b, t, l, n);
+  }
+  static const GenOps ops;
+};
+template <class T>
+const GenOps GenOpsOf<T>::ops = {Create, Assign, Enc, EncContent, Dec, DecContent, &typeid(T)};
+
+// An anonymous SEQUENCE OF under an explicit tag: the list's own encoding is
+// the universal SEQUENCE tag around its elements.
+constexpr int kGenListWrongTag = -59;
+AsnLen GenTaggedBEnc(AsnBuf &b, AsnTag tag, AsnLen contentLen);
+AsnLen GenTaggedBDecHeader(AsnBuf &b, AsnTag tag, bool pc, const char *typeName, int errTag,
+                           AsnTag &tagRead, AsnLen &bytesDecoded);
+template <class T>
+struct GenOpsOf<AsnList<T>> {
+  using L = AsnList<T>;
+  static AsnType *Create() { return new L; }
+  static void Assign(AsnType *d, const AsnType *s) { *static_cast<L *>(d) = *static_cast<const L *>(s); }
+  static AsnLen Enc(const AsnType *v, AsnBuf &b) {
+    return GenTaggedBEnc(b, 0x30000000u, static_cast<const L *>(v)->BEncContent(b));
+  }
+  static AsnLen EncContent(const AsnType *v, AsnBuf &b) { return static_cast<const L *>(v)->BEncContent(b); }
+  static void Dec(AsnType *v, AsnBuf &b, AsnLen &n) {
+    AsnTag t;
+    AsnLen local = 0;
+    AsnLen len = GenTaggedBDecHeader(b, 0x30000000u, false, nullptr, kGenListWrongTag, t, local);
+    static_cast<L *>(v)->BDecContent(b, t, len, local);
+    n += local;
+  }
+  static void DecContent(AsnType *v, AsnBuf &b, AsnTag t, AsnLen l, AsnLen &n) {
+    static_cast<L *>(v)->BDecContent(b, t, l, n);
+  }
+  static const GenOps ops;
+};
+template <class T>
+const GenOps GenOpsOf<AsnList<T>>::ops = {Create, Assign, Enc, EncContent, Dec, DecContent, &typeid(AsnList<T>)};
+
+// The placeholder of an unknown open type: prints "Unknown operation-value",
+// copies as nothing, encodes and decodes nothing.
+extern const GenOps kGenUnknownOps;
+
+// Maps an operation or error value to the class of an open component.
+using GenFactory = const GenOps *(*)(int32_t value);
+
+enum GenFieldFlags : uint16_t {
+  GF_PTR = 1,       // held through an owned pointer (else by value)
+  GF_OPT = 2,       // OPTIONAL or DEFAULT
+  GF_EXPLICIT = 4,  // tag wraps the member's own complete encoding
+  GF_PC = 8,        // string type: primitive or constructed form accepted
+  GF_OPEN = 16,     // open type resolved through a factory
+  GF_TRIAL = 32,    // optional, and a later component can start with the same tag:
+                    // decoded on trial, and on failure the tag goes on to the next
+};
+
+// One component of a SEQUENCE / SET, or one alternative of a CHOICE.
+struct GenField {
+  const char *name;
+  const GenOps *ops;
+  uint32_t offset;     // member offset (SEQUENCE); unused for CHOICE alternatives
+  AsnTag tag;          // tag written in front of the member; 0: untagged CHOICE or open type
+  const AsnTag *tags;  // untagged CHOICE: accepted tags, 0-terminated
+  uint16_t flags;
+  int16_t definedBy;   // open type: index of the component holding the value
+  GenFactory factory;  // open type
+  int errMissing;      // code of the missing-component site (mandatory SEQUENCE components)
+};
+
+struct GenSeqInfo {
+  const char *typeName;
+  AsnTag ownTag;  // 0x30, 0x31 or the type's own tag
+  const GenField *fields;
+  uint16_t count;
+  int errLength;
+  int errTag;
+};
+
+struct GenChoiceInfo {
+  const char *typeName;
+  uint32_t idOffset;   // offset of choiceId (a 32-bit enumeration)
+  uint32_t altOffset;  // offset of the pointer to the chosen alternative
+  AsnTag ownTag;       // 0 when the CHOICE is untagged
+  const GenField *alts;
+  uint16_t count;
+  int errChoice;
+  int errTag;  // tagged CHOICE only
+};
+
+// SEQUENCE / SET
+void GenSeqAssign(const GenSeqInfo &ti, AsnType *dst, const AsnType *src);
+void GenSeqFree(const GenSeqInfo &ti, AsnType *obj);
+AsnLen GenSeqBEnc(const GenSeqInfo &ti, const AsnType *obj, AsnBuf &b);
+AsnLen GenSeqBEncContent(const GenSeqInfo &ti, const AsnType *obj, AsnBuf &b);
+void GenSeqBDec(const GenSeqInfo &ti, AsnType *obj, AsnBuf &b, AsnLen &bytesDecoded);
+void GenSeqBDecContent(const GenSeqInfo &ti, AsnType *obj, AsnBuf &b, AsnTag tag, AsnLen len,
+                       AsnLen &bytesDecoded);
+void GenSeqPrint(const GenSeqInfo &ti, const AsnType *obj, AsnPrintStream &os);
+
+// CHOICE
+void GenChoiceAssign(const GenChoiceInfo &ti, AsnType *dst, const AsnType *src);
+void GenChoiceFree(const GenChoiceInfo &ti, AsnType *obj);
+AsnLen GenChoiceBEnc(const GenChoiceInfo &ti, const AsnType *obj, AsnBuf &b);
+AsnLen GenChoiceBEncContent(const GenChoiceInfo &ti, const AsnType *obj, AsnBuf &b);
+void GenChoiceBDec(const GenChoiceInfo &ti, AsnType *obj, AsnBuf &b, AsnLen &bytesDecoded);
+void GenChoiceBDecContent(const GenChoiceInfo &ti, AsnType *obj, AsnBuf &b, AsnTag tag, AsnLen len,
+                          AsnLen &bytesDecoded);
+void GenChoicePrint(const GenChoiceInfo &ti, const AsnType *obj, AsnPrintStream &os);
+
+// Tags and lists of generated types.
+AsnLen GenPutTag(AsnBuf &b, AsnTag tag);
+// A class with a tag of its own around a content codec (lists, retagged primitives).
+AsnLen GenTaggedBEnc(AsnBuf &b, AsnTag tag, AsnLen contentLen);
+// Reads the tag, compares it with tag (either form when pc), reads the length.
+AsnLen GenTaggedBDecHeader(AsnBuf &b, AsnTag tag, bool pc, const char *typeName, int errTag,
+                           AsnTag &tagRead, AsnLen &bytesDecoded);
+
+// Print of named values.
+void GenPrintNamedInt(const AsnInt &v, AsnPrintStream &os);
+struct GenBitName {
+  uint32_t bit;
+  const char *name;
+};
+void GenPrintNamedBits(const AsnBits &v, const GenBitName *names, size_t n, AsnPrintStream &os);
+
+// Restricted character string and time types: octet strings under their own
+// universal tag (either form accepted on decode).
+template <unsigned kTagCode>
+class AsnStringT : public AsnOcts {
+ public:
+  using AsnOcts::AsnOcts;
+  AsnStringT() = default;
+  AsnLen BEnc(AsnBuf &b) const { return GenTaggedBEnc(b, MAKE_TAG_ID(UNIV, PRIM, kTagCode), BEncContent(b)); }
+  void BDec(AsnBuf &b, AsnLen &bytesDecoded) {
+    AsnTag t;
+    AsnLen n = 0;
+    AsnLen len = GenTaggedBDecHeader(b, MAKE_TAG_ID(UNIV, PRIM, kTagCode), true, nullptr, -56, t, n);
+    BDecContent(b, t, len, n);
+    bytesDecoded += n;
+  }
+};
+
+// Primitive-derived generated class with a tag of its own.
+template <class Base>
+AsnLen GenRetaggedBEnc(const Base &v, AsnBuf &b, AsnTag tag) {
+  return GenTaggedBEnc(b, tag, v.BEncContent(b));
+}
+template <class Base>
+void GenRetaggedBDec(Base &v, AsnBuf &b, AsnLen &bytesDecoded, AsnTag tag, bool pc, const char *typeName,
+                     int errTag) {
+  AsnTag t;
+  AsnLen n = 0;
+  AsnLen len = GenTaggedBDecHeader(b, tag, pc, typeName, errTag, t, n);
+  v.BDecContent(b, t, len, n);
+  bytesDecoded += n;
+}
+
+}  // namespace CSTA3V6
+
+// Out-of-line members of a generated SEQUENCE / SET class C described by info I.
+#define K3_GEN_SEQUENCE(C, I)                                                                             \
+  C::C(const C &o) : AsnType() { ::CSTA3V6::GenSeqAssign(I, this, &o); }                                  \
+  C &C::operator=(const C &o) {                                                                           \
+    if (this != &o) ::CSTA3V6::GenSeqAssign(I, this, &o);                                                 \
+    return *this;                                                                                         \
+  }                                                                                                       \
+  C::~C() { ::CSTA3V6::GenSeqFree(I, this); }                                                             \
+  AsnLen C::BEnc(AsnBuf &b) const { return ::CSTA3V6::GenSeqBEnc(I, this, b); }                          \
+  AsnLen C::BEncContent(AsnBuf &b) const { return ::CSTA3V6::GenSeqBEncContent(I, this, b); }            \
+  void C::BDec(AsnBuf &b, AsnLen &n) { ::CSTA3V6::GenSeqBDec(I, this, b, n); }                           \
+  void C::BDecContent(AsnBuf &b, AsnTag t, AsnLen l, AsnLen &n) {                                         \
+    ::CSTA3V6::GenSeqBDecContent(I, this, b, t, l, n);                                                    \
+  }                                                                                                       \
+  void C::Print(AsnPrintStream &os) const { ::CSTA3V6::GenSeqPrint(I, this, os); }
+
+// Out-of-line members of a generated CHOICE class C described by info I.
+#define K3_GEN_CHOICE(C, I)                                                                               \
+  C::C(const C &o) : AsnType() { ::CSTA3V6::GenChoiceAssign(I, this, &o); }                               \
+  C &C::operator=(const C &o) {                                                                           \
+    if (this != &o) ::CSTA3V6::GenChoiceAssign(I, this, &o);                                              \
+    return *this;                                                                                         \
+  }                                                                                                       \
+  C::~C() { ::CSTA3V6::GenChoiceFree(I, this); }                                                          \
+  AsnLen C::BEnc(AsnBuf &b) const { return ::CSTA3V6::GenChoiceBEnc(I, this, b); }                       \
+  AsnLen C::BEncContent(AsnBuf &b) const { return ::CSTA3V6::GenChoiceBEncContent(I, this, b); }         \
+  void C::BDec(AsnBuf &b, AsnLen &n) { ::CSTA3V6::GenChoiceBDec(I, this, b, n); }                        \
+  void C::BDecContent(AsnBuf &b, AsnTag t, AsnLen l, AsnLen &n) {                                         \
+    ::CSTA3V6::GenChoiceBDecContent(I, this, b, t, l, n);                                                 \
+  }                                                                                                       \
+  void C::Print(AsnPrintStream &os) const { ::CSTA3V6::GenChoicePrint(I, this, os); }
+
+#endif
