@@ -1,0 +1,182 @@
+#include "link/engine.h"
+
+#include <algorithm>
+
+#include "link/platform.h"
+
+namespace k3 {
+
+CallbackTable g_callbacks = {};
+
+namespace {
+LineState g_line0;
+uint32_t g_eventSequence = 0;
+}  // namespace
+
+LineState &Line(uint32_t) { return g_line0; }
+uint32_t &EventSequenceCounter() { return g_eventSequence; }
+
+void ResetAllForLoad() {
+  g_line0 = LineState();
+  g_eventSequence = 0;
+}
+
+uint32_t NextInvokeId(uint32_t line) {
+  uint32_t &counter = Line(line).invokeCounter;
+  ++counter;
+  if (counter < kFirstInvokeId || counter > kLastInvokeId) counter = kFirstInvokeId;
+  return counter;
+}
+
+uint32_t SendReply(uint32_t line, uint32_t requestId, uint32_t result) {
+  // Line open never stores a null reply callback; the phone path cannot clear it.
+  uint32_t r = g_callbacks.reply ? g_callbacks.reply(line, requestId, result) : 0;
+  DebugSendReply();
+  return r;
+}
+
+void RaiseEvent(uint32_t line, const uint32_t event[3]) {
+  if (g_callbacks.event) g_callbacks.event(line, event[0], event[1], event[2], 0);
+}
+
+void RaiseEventHeader(uint32_t line, const uint8_t header[12]) {
+  uint32_t words[3];
+  std::memcpy(words, header, sizeof words);
+  RaiseEvent(line, words);
+}
+
+std::list<PendingRequest>::iterator FindPending(uint32_t line, uint32_t invokeId) {
+  auto &pending = Line(line).pending;
+  return std::find_if(pending.begin(), pending.end(),
+                      [invokeId](const PendingRequest &p) { return p.invokeId == invokeId; });
+}
+
+void ReplyToPending(const PendingRequest &request, uint32_t result) {
+  auto it = FindPending(request.line, request.invokeId);
+  if (it != Line(request.line).pending.end()) SendReply(it->line, it->requestId, result);
+}
+
+void AddPending(uint32_t line, const PendingRequest &request) { Line(line).pending.push_back(request); }
+
+uint32_t StoreEventData(uint32_t line, const EventDataRecord &record) {
+  uint32_t sequence = ++g_eventSequence;
+  uint32_t now = TickCount();
+  auto &stored = Line(line).events.emplace_back(record);
+  stored.SetU32(EventDataRecord::kSequence, sequence);
+  stored.SetU32(EventDataRecord::kRefCount, 1);
+  stored.SetU32(EventDataRecord::kStoredTick, now);
+  stored.SetU32(EventDataRecord::kDeadlineTick, now + kEventLifetimeMs);
+  return sequence;
+}
+
+static std::list<EventDataRecord>::iterator FindRecord(uint32_t line, uint32_t sequence) {
+  auto &events = Line(line).events;
+  return std::find_if(events.begin(), events.end(),
+                      [sequence](const EventDataRecord &r) { return r.Sequence() == sequence; });
+}
+
+EventDataRecord *FindEventData(uint32_t line, uint32_t sequence) {
+  auto it = FindRecord(line, sequence);
+  return it == Line(line).events.end() ? nullptr : &*it;
+}
+
+uint32_t FetchEventData(uint32_t line, uint32_t sequence, uint8_t out[kEventRecordSize], uint32_t consume) {
+  auto it = FindRecord(line, sequence);
+  if (it == Line(line).events.end()) return 0;
+  std::memcpy(out, it->bytes, kEventRecordSize);
+  if (consume) {
+    uint32_t refs = it->U32(EventDataRecord::kRefCount) - 1;
+    it->SetU32(EventDataRecord::kRefCount, refs);
+    if (refs == 0) Line(line).events.erase(it);
+  }
+  return 1;
+}
+
+uint32_t HasEventData(uint32_t line, uint32_t sequence) { return FindEventData(line, sequence) ? 1 : 0; }
+
+uint32_t RemoveEventData(uint32_t line, uint32_t sequence) {
+  auto it = FindRecord(line, sequence);
+  if (it == Line(line).events.end()) return 0;
+  Line(line).events.erase(it);
+  return 1;
+}
+
+void LineReset(uint32_t line) {
+  LineState &s = Line(line);
+  s.pending.clear();
+  s.events.clear();
+  s.monitors.clear();
+  s.cdrSession = 0;
+  s.listQueryHandle = 0;
+  s.cdrCrossRefId = CSTA3V6::AsnOcts();
+  s.maintSessions.clear();
+  s.dataPaths.clear();
+}
+
+uint32_t CompleteRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size, int32_t r) {
+  if (r >= static_cast<int32_t>(kFirstInvokeId)) {
+    uint32_t now = TickCount();
+    uint16_t type = 0;
+    std::memcpy(&type, block, sizeof type);  // the encoder has checked the size
+    AddPending(line, PendingRequest{static_cast<uint32_t>(r), type, block, size, requestId, line, now,
+                                    now + kRequestLifetimeMs});
+    return 0;
+  }
+  uint32_t result = 0;
+  if (r == 0) {
+    DebugMissingPbxAnswer(r);
+    result = K3_RESULT_NO_PBX_ANSWER;
+  } else if (r >= 1 && r <= 4) {
+    result = K3_RESULT_NOT_QUEUED + static_cast<uint32_t>(r);
+  }
+  return SendReply(line, requestId, result) ? 0 : K3_RESULT_NOT_QUEUED;
+}
+
+void SweepTimeouts(uint32_t now) {
+  LineState &s = Line(0);
+  for (auto it = s.pending.begin(); it != s.pending.end();) {
+    if (now > it->deadlineTick) {
+      PendingRequest expired = *it;
+      it = s.pending.erase(it);
+      SendReply(expired.line, expired.requestId, K3_RESULT_NO_PBX_ANSWER);
+    } else {
+      ++it;
+    }
+  }
+  s.events.remove_if([now](const EventDataRecord &r) { return now > r.U32(EventDataRecord::kDeadlineTick); });
+}
+
+uint32_t MonitorStartHandler(uint32_t line, const char *device, const CSTA3V6::AsnOcts &crossRefId) {
+  MonitorEntry &e = Line(line).monitors.emplace_back();
+  std::memset(e.device, 0, sizeof e.device);
+  if (device) {
+    // Bounded to the field: a longer text is cut and stays terminated.
+    size_t n = strnlen(device, sizeof e.device - 1);
+    std::memcpy(e.device, device, n);
+  }
+  e.crossRefId = crossRefId;
+  return 1;
+}
+
+uint32_t MonitorStopHandler(uint32_t line, const char *device) {
+  auto &monitors = Line(line).monitors;
+  for (auto it = monitors.begin(); it != monitors.end(); ++it) {
+    if (device && std::strncmp(it->device, device, sizeof it->device) == 0) {
+      monitors.erase(it);
+      return 1;
+    }
+  }
+  return 0;
+}
+
+void MonitorClearHandler(uint32_t line) { Line(line).monitors.clear(); }
+
+const MonitorEntry *FindMonitorByCrossRef(uint32_t line, const char *octets, size_t length) {
+  for (const MonitorEntry &e : Line(line).monitors) {
+    if (e.crossRefId.octetLen == length && (length == 0 || std::memcmp(e.crossRefId.octs, octets, length) == 0))
+      return &e;
+  }
+  return nullptr;
+}
+
+}  // namespace k3

@@ -1,0 +1,157 @@
+// The link engine's per-line state: invoke ids, requests waiting for the PBX,
+// stored event data, and the callbacks through which the host is answered.
+//
+// All of it is touched by the worker thread, or by a host thread during the
+// inbound rendezvous while the worker is parked, or at line close; there are no
+// locks. Every per-line table has room for line index 0 only and the index is
+// not checked beyond that: callers pass 0.
+#ifndef K3_LINK_ENGINE_H
+#define K3_LINK_ENGINE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <list>
+#include <string>
+#include <vector>
+
+#include "asn/asn_octs.h"
+#include "kestrel3.h"
+
+namespace k3 {
+
+constexpr uint32_t kRequestLifetimeMs = 90000;   // a request unanswered this long fails
+constexpr uint32_t kEventLifetimeMs = 120000;    // stored event data is dropped after this
+constexpr uint32_t kSweepPeriodMs = 10000;       // the expiry sweep's timer period
+constexpr uint32_t kFirstInvokeId = 32768;
+constexpr uint32_t kLastInvokeId = 65535;
+constexpr size_t kEventRecordSize = 432;
+constexpr uint16_t kListRecordType = 98;         // event record that collects a text list
+
+// What the open exports store; one set for the whole process, never cleared.
+struct CallbackTable {
+  K3_SEND_TO_PBX_CALLBACK send;
+  K3_REPLY_CALLBACK reply;
+  K3_EVENT_CALLBACK event;
+  void *valueA;
+  void *valueB;
+  uint32_t extVersion;  // nonzero while a line is open
+  uint32_t phoneValue1;
+  uintptr_t phoneValue2;
+};
+extern CallbackTable g_callbacks;
+
+// A request handed to the PBX and waiting for its answer.
+struct PendingRequest {
+  uint32_t invokeId;     // 32768..65535
+  uint16_t structType;   // first 16-bit value of the TAPI block
+  uint8_t *block;        // the caller's block itself: answers are written into it
+  uint32_t size;
+  uint32_t requestId;    // TAPI's asynchronous request id
+  uint32_t line;
+  uint32_t sentTick;
+  uint32_t deadlineTick; // sentTick + 90000
+};
+
+// A 432-byte event-data record as TAPI fetches it, plus the text list that a
+// record of type 98 carries beside it (freed with the record).
+struct EventDataRecord {
+  // Offsets of the store's own fields; the body starts at kBody.
+  static constexpr size_t kSequence = 0, kType = 4, kRefCount = 8, kStoredTick = 12,
+                          kDeadlineTick = 16, kBody = 24;
+  // A list record (type 98) collecting the answer to a list query: the u16
+  // number of texts collected so far at 24 (the value the list fetch hands
+  // back), two bytes 0, and the u32 invoke id of the query at 28. The texts
+  // themselves are kept in texts.
+  static constexpr size_t kListCount = 24, kListInvokeId = 28;
+  // A CDR record (type 0x32): the u32 invoke id of the PBX's report at 428,
+  // under which the report is answered.
+  static constexpr size_t kCdrInvokeId = 428;
+  uint8_t bytes[kEventRecordSize] = {};
+  std::vector<std::string> texts;
+
+  uint32_t U32(size_t at) const { uint32_t v; std::memcpy(&v, bytes + at, 4); return v; }
+  uint16_t U16(size_t at) const { uint16_t v; std::memcpy(&v, bytes + at, 2); return v; }
+  void SetU32(size_t at, uint32_t v) { std::memcpy(bytes + at, &v, 4); }
+  void SetU16(size_t at, uint16_t v) { std::memcpy(bytes + at, &v, 2); }
+  uint32_t Sequence() const { return U32(kSequence); }
+  uint16_t Type() const { return U16(kType); }
+};
+
+// A data path the PBX started towards the library; a send-data request names
+// it by its device.
+struct DataPath {
+  std::string device;
+  CSTA3V6::AsnOcts crossRefId;       // four octets: the path number, little-endian
+  uint32_t number;
+};
+
+// One monitor the host told the library about.
+struct MonitorEntry {
+  char device[16];                   // zero-terminated, bounded to the field
+  CSTA3V6::AsnOcts crossRefId;
+};
+
+struct LineState {
+  uint32_t invokeCounter = 0;        // never reset after load
+  std::list<PendingRequest> pending; // in order of sending
+  std::list<EventDataRecord> events; // in order of storing
+  std::list<MonitorEntry> monitors;  // in order of start
+  // Request and answer state that a line reset clears.
+  uint32_t cdrSession = 0;           // set by the CDR start request
+  uint32_t listQueryHandle = 0;      // sequence number of the collecting list record, 0 when none
+  CSTA3V6::AsnOcts cdrCrossRefId;    // from the PBX's CDR start result
+  uint8_t stateFlag = 0;             // from the answer to the 0x91 request
+  std::vector<uint8_t> maintSessions; // session references the PBX answered, in order
+  std::list<DataPath> dataPaths;
+  uint32_t dataPathCounter = 0;      // path numbers; survives line resets
+};
+
+// The tables for every line (room for line 0 only).
+LineState &Line(uint32_t line);
+// The library-wide event sequence counter (0 at load, pre-incremented).
+uint32_t &EventSequenceCounter();
+// Brings the whole link state back to its load-time values (tests, and load).
+void ResetAllForLoad();
+
+uint32_t NextInvokeId(uint32_t line);
+
+// TAPI completion through the host's reply callback, then the debug text.
+uint32_t SendReply(uint32_t line, uint32_t requestId, uint32_t result);
+// One line event with the three words of a packed 12-byte header.
+void RaiseEvent(uint32_t line, const uint32_t event[3]);
+void RaiseEventHeader(uint32_t line, const uint8_t header[12]);
+// Completes the first pending entry with request's invoke id; the entry stays.
+void ReplyToPending(const PendingRequest &request, uint32_t result);
+void AddPending(uint32_t line, const PendingRequest &request);
+// The first pending entry of the line with this invoke id, or end.
+std::list<PendingRequest>::iterator FindPending(uint32_t line, uint32_t invokeId);
+
+uint32_t StoreEventData(uint32_t line, const EventDataRecord &record);
+uint32_t FetchEventData(uint32_t line, uint32_t sequence, uint8_t out[kEventRecordSize], uint32_t consume);
+uint32_t HasEventData(uint32_t line, uint32_t sequence);
+uint32_t RemoveEventData(uint32_t line, uint32_t sequence);
+EventDataRecord *FindEventData(uint32_t line, uint32_t sequence);
+
+// Drops the line's pending requests (no replies), event data, monitors and
+// request state; the invoke-id counter and the data-path counter stay.
+void LineReset(uint32_t line);
+
+// Completes a request from its encoder's result: an invoke id makes it
+// pending, everything else is answered now. Returns 0 when the reply went out
+// (or the request is pending), else 0xC0000001.
+uint32_t CompleteRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size, int32_t encoderResult);
+
+// The timer procedure: requests past their deadline fail with 0xC0000012,
+// event data past its deadline is dropped. Only line 0 is swept.
+void SweepTimeouts(uint32_t now);
+
+// Monitor registry.
+uint32_t MonitorStartHandler(uint32_t line, const char *device, const CSTA3V6::AsnOcts &crossRefId);
+uint32_t MonitorStopHandler(uint32_t line, const char *device);
+void MonitorClearHandler(uint32_t line);
+const MonitorEntry *FindMonitorByCrossRef(uint32_t line, const char *octets, size_t length);
+
+}  // namespace k3
+
+#endif

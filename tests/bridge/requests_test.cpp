@@ -1,0 +1,490 @@
+// Device-specific requests: the message each type hands to the host, checked
+// by its BER octets, and the completion each request gets.
+#include "bridge/requests.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "csta3_model.h"
+#include "link/engine.h"
+#include "link/platform.h"
+#include "link/request.h"
+
+namespace {
+
+using namespace CSTA3V6;
+using Bytes = std::vector<unsigned char>;
+
+// ---- Expected octets, written out by hand ----------------------------------------
+
+Bytes B(std::initializer_list<int> v) { return Bytes(v.begin(), v.end()); }
+Bytes Cat(std::initializer_list<Bytes> parts) {
+  Bytes out;
+  for (const Bytes &p : parts) out.insert(out.end(), p.begin(), p.end());
+  return out;
+}
+Bytes S(const std::string &s) { return Bytes(s.begin(), s.end()); }
+Bytes TLV(int tag, const Bytes &c) {  // short or one-octet long form
+  Bytes len = c.size() < 128 ? B({int(c.size())}) : B({0x81, int(c.size())});
+  return Cat({B({tag}), len, c});
+}
+Bytes InvokeId(uint32_t id) { return B({0x02, 0x03, 0x00, int(id >> 8), int(id & 0xFF)}); }
+Bytes PbxItem(const Bytes &priv) {
+  return TLV(0x30, Cat({B({0x06, 0x06, 0x2B, 0x0C, 0x02, 0x88, 0x53, 0x0F}), TLV(0x04, priv)}));
+}
+Bytes EscapeInvoke(uint32_t id, const Bytes &priv) {
+  return TLV(0xA1, Cat({InvokeId(id), B({0x02, 0x01, 0x33}), TLV(0x30, PbxItem(priv))}));
+}
+Bytes Invoke(uint32_t id, const Bytes &op, const Bytes &arg) { return TLV(0xA1, Cat({InvokeId(id), op, arg})); }
+Bytes DeviceId(const std::string &digits) { return TLV(0x30, TLV(0x80, S(digits))); }
+Bytes Amhost(int type, int subtype) {  // ACL2 2/196, AMHOST header with third value 1
+  return B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, type, subtype, 0x00, 0x00, 0x01, 0x00});
+}
+Bytes Dev211(const std::string &d) { return Cat({B({0xD3, int(d.size())}), S(d)}); }
+Bytes Text(int id, const std::string &t) { return Cat({B({id, int(t.size() + 4), int(t.size())}), S(t), B({0})}); }
+
+// ---- Host callbacks ---------------------------------------------------------------
+
+struct SentMessage {
+  uint32_t line, invokeId;
+  Bytes ber;
+  std::shared_ptr<CSTAMsg> msg;
+};
+std::vector<SentMessage> g_sent;
+std::vector<uint32_t> g_results;  // reply results, in order
+uint32_t g_sendReturn = 1;
+bool g_sendThrows = false;
+
+uint32_t K3_CALL OnSend(uint32_t line, const void *m, void *, uint32_t invokeId) {
+  const CSTAMsg &msg = *static_cast<const CSTAMsg *>(m);
+  g_sent.push_back({line, invokeId, EncodeToVector(msg), std::make_shared<CSTAMsg>(msg)});
+  if (g_sendThrows) throw std::bad_alloc();
+  return g_sendReturn;
+}
+uint32_t K3_CALL OnReply(uint32_t, uint32_t requestId, uint32_t result) {
+  EXPECT_EQ(requestId, 77u);
+  g_results.push_back(result);
+  return 1;
+}
+
+constexpr uint32_t kNow = 5000;
+constexpr uint32_t kPending = ~0u;
+
+// A request structure in a heap buffer of exactly its size, plus only the room
+// the type may write past it, so that stray accesses show up under ASan.
+struct Block {
+  std::vector<uint8_t> bytes;
+  uint32_t size;
+  Block(uint16_t type, uint32_t sz, uint32_t room = 0) : bytes(std::max(sz, room), 0), size(sz) {
+    for (uint32_t i = 0; i < 2 && i < sz; ++i) bytes[i] = uint8_t(type >> (8 * i));
+  }
+  Block &Str(uint32_t at, const std::string &s) { return std::memcpy(&bytes[at], s.data(), s.size()), *this; }
+  Block &U8(uint32_t at, uint8_t v) { return bytes[at] = v, *this; }
+  Block &U32(uint32_t at, uint32_t v, int width = 4) {
+    for (int i = 0; i < width; ++i) bytes[at + i] = uint8_t(v >> (8 * i));
+    return *this;
+  }
+  uint32_t Get32(uint32_t at) const { return bytes[at] | bytes[at + 1] << 8 | bytes[at + 2] << 16 | bytes[at + 3] << 24; }
+  std::string Text(uint32_t at) const { return reinterpret_cast<const char *>(&bytes[at]); }
+};
+
+class Requests : public ::testing::Test {
+ protected:
+  void SetUp() override { Reset(); }
+  static void Reset() {
+    k3::ResetAllForLoad();
+    k3::g_callbacks = {};
+    k3::g_callbacks.send = OnSend;
+    k3::g_callbacks.reply = OnReply;
+    g_sent.clear();
+    g_results.clear();
+    g_sendReturn = 1;
+    g_sendThrows = false;
+    k3::Portable().Clear();
+    k3::Portable().SetTick(kNow);
+  }
+  // The result the request was completed with now, or kPending.
+  static uint32_t Run(Block &b, uint32_t line = 0) {
+    size_t before = g_results.size();
+    EXPECT_EQ(k3::ProcessDevSpecificRequest(line, 77, b.bytes.data(), b.size), 0u);
+    return g_results.size() == before ? kPending : g_results.back();
+  }
+};
+
+TEST_F(Requests, WrongSizesAndUnknownTypesAreRefusedBeforeAnythingIsRead) {
+  const std::pair<uint16_t, uint32_t> exact[] = {
+      {0x11, 17}, {0x14, 3},  {0x21, 54}, {0x34, 6},  {0x41, 8},  {0x42, 8},  {0x43, 3},  {0x44, 3},
+      {0x45, 222}, {0x46, 3}, {0x52, 143}, {0x54, 44}, {0x55, 44}, {0x56, 15}, {0x58, 16}, {0x61, 21},
+      {0x62, 17}, {0x63, 20}, {0x64, 20}, {0x65, 20}, {0x71, 44}, {0x72, 12}, {0x73, 12}, {0x74, 12},
+      {0x75, 12}, {0x76, 13}, {0x82, 19}, {0x83, 19}, {0x91, 6},  {0x93, 52}, {0xA1, 19}};
+  for (auto [type, size] : exact) {
+    for (uint32_t n : {size - 1, size + 1}) {
+      Block b(type, n);
+      std::fill(b.bytes.begin() + 2, b.bytes.end(), 0xEE);
+      Bytes before = b.bytes;
+      EXPECT_EQ(Run(b), 0xC0000002u) << std::hex << type << " size " << std::dec << n;
+      EXPECT_EQ(b.bytes, before);
+    }
+  }
+  Block none(0x41, 0), one(0x41, 1), unknown(0x99, 8), high(0x0141, 8), r47(0x47, 2), r48(0x48, 300);
+  for (Block *b : {&none, &one, &unknown, &high}) EXPECT_EQ(Run(*b), 0xC0000002u);
+  // The reserved types send nothing and complete as unanswered.
+  EXPECT_EQ(Run(r47), 0xC0000012u);
+  EXPECT_EQ(Run(r48), 0xC0000012u);
+  EXPECT_TRUE(g_sent.empty());
+  EXPECT_TRUE(k3::Line(0).pending.empty());
+}
+
+TEST_F(Requests, AmhostRequestsCarryTheirElementsOnTheirLine) {
+  struct Case {
+    Block block;
+    uint32_t sendLine;  // the caller's line is 3 throughout
+    Bytes priv;
+  };
+  Case cases[] = {
+      {Block(0x41, 8), 3, Amhost(8, 2)},
+      {Block(0x42, 8).U32(2, 0x0102, 2).U32(4, 0x0304, 2).U32(6, 0x0506, 2), 3,
+       Cat({Amhost(8, 8), B({0xF8, 0x06, 0x00, 0x02, 0x04, 0x06})})},
+      {Block(0x43, 3), 3, Amhost(10, 7)},
+      {Block(0x43, 3).U8(2, 5), 3, Amhost(10, 8)},
+      {Block(0x44, 3).U8(2, 1), 3, Amhost(10, 2)},
+      {Block(0x52, 143).Str(2, "4711").Str(11, "reply"), 0, Cat({Amhost(1, 2), Dev211("4711")})},
+      {Block(0x54, 44).Str(2, "4711").Str(11, "Bob"), 0, Cat({Amhost(1, 1), Dev211("4711"), Text(0xA3, "Bob")})},
+      {Block(0x55, 44).Str(2, "4711").Str(11, "1234"), 0, Cat({Amhost(1, 1), Dev211("4711"), Text(0xA5, "1234")})},
+      {Block(0x56, 15).Str(2, "555").U32(11, 7), 0,
+       Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 2, 0})})},
+      {Block(0x58, 16).Str(2, "555").U8(11, 9).U32(12, 1), 0,
+       Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 1, 0, 0xA1, 4, 9, 0})})},
+      {Block(0x58, 16).Str(2, "555").U8(11, 200).U32(12, 0x100), 0,
+       Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 2, 0, 0xA1, 4, 200, 0})})},
+      {Block(0x65, 20).Str(2, "100").Str(11, "200"), 0, Cat({Amhost(7, 5), Dev211("100"), Dev211("200")})},
+      {Block(0x71, 44).Str(2, "100"), 0, Cat({Amhost(6, 2), Dev211("100")})},
+      {Block(0x72, 12).Str(2, "100").U8(11, 3), 3, Cat({Amhost(6, 1), Dev211("100"), B({0xE6, 4, 0x10, 0})})},
+      {Block(0x74, 12).Str(2, "100").U8(11, 1), 3, Cat({Amhost(6, 2), Dev211("100")})},
+      {Block(0x75, 12).Str(2, "100").U8(11, 1), 3, Cat({Amhost(6, 1), Dev211("100"), B({0xE7, 6, 0x80, 0, 0x80, 0})})},
+      {Block(0x76, 13).Str(2, "100").U8(11, 1), 3,
+       Cat({Amhost(6, 1), Dev211("100"), B({0xE6, 4, 0x10, 0, 0xE7, 6, 0, 0, 0x80, 0})})},
+      // A device field without a terminator gives its nine bytes and no more.
+      {Block(0x71, 44).Str(2, "123456789").Str(11, "zz"), 0, Cat({Amhost(6, 2), Dev211("123456789")})},
+  };
+  for (Case &c : cases) {
+    Reset();
+    SCOPED_TRACE(::testing::Message() << std::hex << int(c.block.bytes[0]));
+    EXPECT_EQ(Run(c.block, 3), kPending);
+    ASSERT_EQ(g_sent.size(), 1u);
+    EXPECT_EQ(g_sent[0].line, c.sendLine);
+    EXPECT_EQ(g_sent[0].ber, EscapeInvoke(32768, c.priv));
+    ASSERT_EQ(k3::Line(0).pending.size(), 1u);
+    const k3::PendingRequest &p = k3::Line(0).pending.front();
+    EXPECT_EQ(p.invokeId, 32768u);
+    EXPECT_EQ(p.structType, c.block.bytes[0]);
+    EXPECT_EQ(p.block, c.block.bytes.data());
+    EXPECT_EQ(p.line, 3u);
+    EXPECT_EQ(p.deadlineTick, kNow + 90000);
+  }
+  // The boolean element of 0x43 is not written into the octets; the object has it.
+  Reset();
+  Block flag(0x43, 3);
+  Run(flag.U8(2, 5));
+  const ACL2 *acl = static_cast<const EscapeArgument *>(g_sent.at(0).msg->rOSE->roiv_apdu->argument)
+            ->privateData->private_->comPrivateData->Acl();
+  ASSERT_TRUE(acl && acl->amhost && acl->amhost->Find(10));
+  EXPECT_EQ(acl->amhost->Find(10)->kind, 9u);
+  EXPECT_TRUE(bool(acl->amhost->Find(10)->boolValue));
+}
+
+TEST_F(Requests, PrivateListMapsFormatsAndRefusesUnknownOnes) {
+  const Bytes prefix = B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x0B, 0x08, 0x00, 0x00, 0x01, 0x00});
+  Block empty(0x45, 222), list(0x45, 222), bad(0x45, 222);
+  const uint8_t formats[] = {0x02, 0x04, 0x08, 0x20, 0x40};
+  for (int i = 0; i < 5; ++i) list.U8(2 + 22 * i, uint8_t(0x10 + i)).U8(3 + 22 * i, formats[i]);
+  list.Str(4, "AB").Str(26, "12345678").Str(92, "123456789");  // the last one unterminated
+  list.U8(14, 0x10);  // an empty entry's format is not looked at
+  bad.U8(2, 1).U8(3, 0x02).U8(2 + 11 * 19, 1).U8(3 + 11 * 19, 0x10);
+  EXPECT_EQ(Run(empty), kPending);
+  EXPECT_EQ(Run(list), kPending);
+  EXPECT_EQ(Run(bad), 0xC0000003u);
+  ASSERT_EQ(g_sent.size(), 2u);
+  EXPECT_EQ(g_sent[0].ber, EscapeInvoke(32768, prefix));
+  EXPECT_EQ(g_sent[1].ber, EscapeInvoke(32769, Cat({prefix, B({0xB0, 6, 0x10, 2, 'A', 'B', 0xB0, 12, 0x11, 3}),
+                                                  S("12345678"), B({0xB0, 4, 0x12, 4, 0xB0, 4, 0x13, 1}),
+                                                  B({0xB0, 13, 0x14, 0}), S("123456789")})));
+}
+
+TEST_F(Requests, TracerStateFlagAndMaintenanceEscapes) {
+  Block start(0x46, 3), stop(0x46, 3), tds(0x91, 6), req(0x11, 17), close(0x14, 3);
+  start.U8(2, 1);
+  stop.U8(2, 2);
+  req.U32(2, 0x1234, 2);
+  close.U8(2, 9);
+  k3::Line(0).maintSessions = {9, 4, 9};
+  for (Block *b : {&start, &stop, &tds, &req, &close}) EXPECT_EQ(Run(*b, 3), kPending);
+  ASSERT_EQ(g_sent.size(), 5u);
+  EXPECT_EQ(g_sent[0].ber, EscapeInvoke(32768, B({0x1A, 0x04, 0xF0, 0xA2})));
+  EXPECT_EQ(g_sent[1].ber, EscapeInvoke(32769, B({0x1A, 0x04, 0xF0, 0xA3})));
+  EXPECT_EQ(g_sent[2].ber, EscapeInvoke(32770, B({0x1A, 0x04, 0x01, 0xC0})));
+  EXPECT_EQ(g_sent[3].ber, EscapeInvoke(32771, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x03, 0x00, 0x23, 0x04, 0x34, 0x12})));
+  EXPECT_EQ(g_sent[4].ber, EscapeInvoke(32772, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x04, 0x09})));
+  EXPECT_EQ(g_sent[4].line, 3u);
+  EXPECT_EQ(k3::Line(0).maintSessions, (std::vector<uint8_t>{4, 9}));  // only the first 9 closed
+  // Once the PBX acknowledged the start, a second one is refused.
+  k3::Line(0).stateFlag = 1;
+  EXPECT_EQ(Run(tds), 0xC0000005u);
+  EXPECT_EQ(g_sent.size(), 5u);
+}
+
+TEST_F(Requests, MaintenanceOpenSendsItsDataAndWipesIt) {
+  Block open(0x21, 54, 56);  // room for the two bytes the wipe reaches past the structure
+  open.Str(2, "AB").U8(50, 0x77).U8(53, 2).U8(54, 0x55).U8(55, 0x66);
+  EXPECT_EQ(Run(open, 3), kPending);
+  ASSERT_EQ(g_sent.size(), 1u);
+  EXPECT_EQ(g_sent[0].ber, EscapeInvoke(32768, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x01, 0x00, 'A', 'B'})));
+  EXPECT_EQ(open.bytes, Cat({B({0x21, 0}), Bytes(54, 0)}));
+
+  Block tooLong(0x21, 54, 56);  // a length past the 48-byte field is refused, nothing touched
+  tooLong.Str(2, "secret").U8(53, 49);
+  EXPECT_EQ(Run(tooLong), 0xC0000003u);
+  EXPECT_EQ(tooLong.Text(2), "secret");
+
+  g_sendReturn = 0;  // a refused send wipes too, and so does a failing one
+  Block refused(0x21, 54, 56), thrown(0x21, 54, 56);
+  refused.Str(2, "XY").U8(53, 2);
+  thrown.Str(2, "XY").U8(53, 2);
+  EXPECT_EQ(Run(refused), 0xC0000012u);
+  g_sendThrows = true;
+  EXPECT_THROW(k3::ProcessDevSpecificRequest(0, 77, thrown.bytes.data(), 54), std::bad_alloc);
+  for (Block *b : {&refused, &thrown}) EXPECT_EQ(b->bytes, Cat({B({0x21, 0}), Bytes(54, 0)}));
+  EXPECT_EQ(k3::Line(0).pending.size(), 1u);  // only the first request waits
+}
+
+TEST_F(Requests, StandardRequests) {
+  Block info(0xA1, 19), get(0x82, 19), logOn(0x83, 19), ready(0x83, 19), other(0x83, 19), start(0x31, 6);
+  info.Str(2, "4711");
+  get.Str(2, "4711").Str(15, "A1");
+  logOn.Str(2, "4711").U32(11, 0).Str(15, "A12");
+  ready.Str(2, "4711").U32(11, 3).Str(15, "A12");
+  other.Str(2, "4711").U32(11, 7).Str(15, "A12");
+  start.U32(2, 0x11223344);
+  for (Block *b : {&info, &get, &logOn, &ready, &other, &start}) EXPECT_EQ(Run(*b, 3), kPending);
+  ASSERT_EQ(g_sent.size(), 6u);
+  const Bytes setOp = B({0x02, 0x02, 0x01, 0x38});
+  EXPECT_EQ(g_sent[0].ber, Invoke(32768, B({0x02, 0x02, 0x00, 0xCA}), TLV(0x30, DeviceId("4711"))));
+  EXPECT_EQ(g_sent[1].ber, Invoke(32769, B({0x02, 0x02, 0x01, 0x30}), TLV(0x30, DeviceId("4711"))));
+  EXPECT_EQ(g_sent[2].ber, Invoke(32770, setOp, TLV(0x30, Cat({DeviceId("4711"), B({0x0A, 1, 0, 0x82, 3}), S("A12")}))));
+  EXPECT_EQ(g_sent[3].ber, Invoke(32771, setOp, TLV(0x30, Cat({DeviceId("4711"), B({0x0A, 1, 3})}))));
+  // State 7 sets nothing: the enumeration keeps its initial value, no agent id.
+  EXPECT_EQ(g_sent[4].ber, Invoke(32772, setOp, TLV(0x30, Cat({DeviceId("4711"), B({0x0A, 1, 0})}))));
+  EXPECT_EQ(g_sent[5].ber, Invoke(32773, B({0x02, 0x02, 0x01, 0x6B}), B({0x30, 0x03, 0x0A, 0x01, 0x00})));
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(g_sent[i].line, 0u) << i;
+  EXPECT_EQ(g_sent[5].line, 3u);
+  EXPECT_EQ(k3::Line(0).cdrSession, 0x11223344u);
+
+  // The CDR start takes any size of 2 or more; missing session bytes count as 0.
+  Block shortStart(0x31, 3);
+  EXPECT_EQ(Run(shortStart.U8(2, 0x44)), kPending);
+  EXPECT_EQ(k3::Line(0).cdrSession, 0x44u);
+
+  // The stop needs the stored session and carries the PBX's cross reference.
+  k3::Line(0).cdrCrossRefId.Set("\x01\x02", 2);
+  Block wrong(0x34, 6), right(0x34, 6);
+  EXPECT_EQ(Run(wrong.U32(2, 0x45)), 0u);
+  EXPECT_EQ(g_sent.size(), 7u);
+  EXPECT_EQ(Run(right.U32(2, 0x44)), kPending);
+  EXPECT_EQ(g_sent.back().ber, Invoke(32775, B({0x02, 0x02, 0x01, 0x6C}), B({0x30, 0x04, 0x04, 0x02, 0x01, 0x02})));
+}
+
+TEST_F(Requests, SendDataNeedsAnOpenDataPath) {
+  k3::DataPath path;
+  path.device = "DP1";
+  path.crossRefId.Set("\x01\x00\x00\x00", 4);
+  k3::Line(0).dataPaths.push_back(path);
+  Block unknown(0x93, 52), known(0x93, 52);
+  unknown.Str(2, "DP").U32(44, 1).U32(48, 2);
+  known.Str(2, "DP1").U32(44, 1).U32(48, 2);
+  EXPECT_EQ(Run(unknown), 0u);
+  EXPECT_TRUE(g_sent.empty());
+  EXPECT_EQ(Run(known, 3), kPending);
+  ASSERT_EQ(g_sent.size(), 1u);
+  EXPECT_EQ(g_sent[0].line, 3u);
+  const Bytes tds = B({0xE0, 0x05, 0x02, 0x01, 0xFF});  // Y, X, 255
+  EXPECT_EQ(g_sent[0].ber, Invoke(32768, B({0x02, 0x01, 0x70}),
+                                  TLV(0x30, Cat({B({0xA1, 0x06, 0x04, 0x04, 0x01, 0x00, 0x00, 0x00, 0x04, 0x00}),
+                                                 TLV(0x7E, TLV(0xA1, PbxItem(tds)))}))));
+}
+
+k3::EventDataRecord CdrRecord() {
+  k3::EventDataRecord r;
+  r.SetU16(k3::EventDataRecord::kType, 0x32);
+  for (int i = 0; i < 12; ++i) r.bytes[24 + i] = uint8_t(i + 1);
+  for (int d = 0; d < 7; ++d) std::memcpy(r.bytes + 40 + 33 * d, std::to_string(1001 * (d + 1)).c_str(), 4);
+  for (int i = 0; i < 5; ++i) r.SetU32(271 + 4 * i, 10 + i);
+  r.bytes[291] = 18;
+  std::strcpy(reinterpret_cast<char *>(r.bytes + 292), "ACC");
+  r.SetU32(325, 1);
+  std::strcpy(reinterpret_cast<char *>(r.bytes + 329), "EUR");
+  r.SetU32(346, 250);
+  r.SetU32(350, 2);
+  r.SetU32(358, 90);
+  std::strcpy(reinterpret_cast<char *>(r.bytes + 362), "T1");
+  std::memcpy(r.bytes + 395, "ABCDEFGHIJKLMNOPQRSTUVWXYZ012345", 32);
+  r.SetU32(428, 0x8005);
+  return r;
+}
+const Bytes kCdrAnswer = B({0xA2, 0x0D, 0x02, 0x03, 0x00, 0x80, 0x05, 0x30, 0x06, 0x02, 0x02, 0x01, 0x69, 0x05, 0x00});
+
+TEST_F(Requests, CdrResultsCopyTheRecordAndAnswerTheReport) {
+  k3::Line(0).cdrSession = 5;
+  uint32_t s1 = k3::StoreEventData(0, CdrRecord()), s2 = k3::StoreEventData(0, CdrRecord()),
+           s3 = k3::StoreEventData(0, CdrRecord());
+  Block packed(0x33, 344), shortPacked(0x33, 50), raw(0x35, 10, 442);
+  packed.U32(2, 5).U32(6, s1);
+  shortPacked.U32(2, 5).U32(6, s2);  // gets only what fits (ASan guards the end)
+  raw.U32(2, 5).U32(6, s3);          // any size: the record goes to offset 10 regardless
+  for (Block *b : {&packed, &shortPacked, &raw}) EXPECT_EQ(Run(*b, 3), 0u);
+  ASSERT_EQ(g_sent.size(), 3u);
+  for (const SentMessage &m : g_sent) EXPECT_EQ(m.ber, kCdrAnswer);
+  EXPECT_EQ(g_sent[0].invokeId, 0x8005u);
+  EXPECT_TRUE(k3::Line(0).events.empty());
+
+  EXPECT_EQ(Bytes(&packed.bytes[10], &packed.bytes[22]), B({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}));
+  EXPECT_EQ(packed.Text(22) + packed.Text(47) + packed.Text(172), "100120027007");
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(packed.Get32(197 + 4 * i), 10u + i);
+  EXPECT_EQ(packed.bytes[217], 18);
+  EXPECT_EQ(packed.Text(218) + packed.Text(255), "ACCEUR");
+  EXPECT_EQ(packed.Get32(251) + packed.Get32(272) + packed.Get32(276) + packed.Get32(280), 1u + 250 + 2 + 90);
+  EXPECT_EQ(packed.Text(284), "T1");
+  EXPECT_EQ(packed.Text(314), "ABCDEFGHIJKLMNOPQRSTUVWXYZ012");  // cut to its 30-byte field
+  EXPECT_EQ(Bytes(shortPacked.bytes.begin() + 47, shortPacked.bytes.end()), S("200"));
+
+  k3::EventDataRecord expected = CdrRecord();
+  expected.SetU32(0, s3);
+  expected.SetU32(8, 1);
+  expected.SetU32(12, kNow);
+  expected.SetU32(16, kNow + 120000);
+  EXPECT_EQ(Bytes(raw.bytes.begin() + 10, raw.bytes.end()), Bytes(expected.bytes, expected.bytes + 432));
+
+  // Another session: success, nothing done. Unknown record: not found. Refused
+  // answer: unanswered, but the record is used up.
+  uint32_t s4 = k3::StoreEventData(0, CdrRecord());
+  Block other(0x35, 10, 442), missing(0x35, 10, 442), refused(0x35, 10, 442);
+  other.U32(2, 6).U32(6, s4);
+  missing.U32(2, 5).U32(6, 999);
+  refused.U32(2, 5).U32(6, s4);
+  EXPECT_EQ(Run(other), 0u);
+  EXPECT_EQ(Run(missing), 0xC0000004u);
+  EXPECT_EQ(g_sent.size(), 3u);
+  g_sendReturn = 0;
+  EXPECT_EQ(Run(refused), 0xC0000012u);
+  EXPECT_FALSE(k3::HasEventData(0, s4));
+}
+
+TEST_F(Requests, ListQueryCollectsIntoARecordThatTheFetchHandsBack) {
+  g_sendReturn = 0;  // the record is kept even when the host refused the query
+  Block query(0x61, 21), again(0x61, 21);
+  EXPECT_EQ(Run(query.Str(2, "300"), 3), 0xC0000012u);
+  ASSERT_EQ(g_sent.size(), 1u);
+  EXPECT_EQ(g_sent[0].line, 0u);
+  EXPECT_EQ(g_sent[0].ber, EscapeInvoke(32768, Cat({Amhost(7, 2), Dev211("300")})));
+  EXPECT_TRUE(k3::Line(0).pending.empty());
+  uint32_t handle = k3::Line(0).listQueryHandle;
+  k3::EventDataRecord *list = k3::FindEventData(0, handle);
+  ASSERT_NE(list, nullptr);
+  EXPECT_EQ(list->Type(), 98);
+  EXPECT_EQ(list->U32(28), 32768u);
+  // While the list collects, another query completes at once, unsent.
+  EXPECT_EQ(Run(again), 0u);
+  EXPECT_EQ(g_sent.size(), 1u);
+
+  list->texts = {"100", "200", "123456789", "extra"};  // the last one not yet counted
+  list->SetU16(24, 3);
+  Block fetch(0x62, 17, 9 * 3 + 8), fetchAgain(0x62, 17);
+  EXPECT_EQ(Run(fetch.U32(2, handle)), 0xC0000012u);
+  EXPECT_EQ(fetch.bytes[6] | fetch.bytes[7] << 8, 3);
+  EXPECT_EQ(fetch.Text(8) + "," + fetch.Text(17) + "," + fetch.Text(26), "100,200,12345678");
+  EXPECT_EQ(Run(fetchAgain.U32(2, handle)), 0xC0000004u);
+}
+
+TEST_F(Requests, StoredRecordsAreAnsweredOnceAndClippedToTheStructure) {
+  k3::EventDataRecord agent, data;
+  std::strcpy(reinterpret_cast<char *>(agent.bytes + 24), "4711");
+  std::memcpy(agent.bytes + 33, "AG12345", 7);
+  agent.SetU32(40, 4);
+  agent.SetU32(44, 2);
+  std::strcpy(reinterpret_cast<char *>(agent.bytes + 48), "G1");
+  std::strcpy(reinterpret_cast<char *>(data.bytes + 24), "DP1");
+  std::strcpy(reinterpret_cast<char *>(data.bytes + 33), "hello world");
+  uint32_t a1 = k3::StoreEventData(0, agent), a2 = k3::StoreEventData(0, agent);
+  uint32_t d1 = k3::StoreEventData(0, data), d2 = k3::StoreEventData(0, data);
+  Block full(0x84, 36), again(0x84, 36), clipped(0x84, 20), small(0x95, 24), large(0x95, 40);
+  EXPECT_EQ(Run(full.U32(2, a1)), 0u);
+  EXPECT_EQ(Run(again.U32(2, a1)), 0xC0000004u);
+  EXPECT_EQ(Run(clipped.U32(2, a2)), 0u);
+  EXPECT_EQ(Run(small.U32(2, d1)), 0u);
+  EXPECT_EQ(Run(large.U32(2, d2)), 0u);
+  EXPECT_EQ(full.Text(6) + "," + full.Text(15) + "," + full.Text(19), "4711,AG1,G1");
+  EXPECT_EQ(full.Get32(28) * 10 + full.Get32(32), 42u);
+  EXPECT_EQ(clipped.bytes[19], 'G');
+  EXPECT_EQ(small.Text(6) + "," + small.Text(15), "DP1,hello wo");
+  EXPECT_EQ(large.Text(15), "hello world");
+  EXPECT_TRUE(g_sent.empty());
+  EXPECT_TRUE(k3::Line(0).events.empty());
+}
+
+TEST_F(Requests, InvokeIdsRefusalsExpiryAndReset) {
+  // A refused send and a missing callback each use up an id and complete as
+  // unanswered; ids wrap from 65535 to 32768.
+  k3::Line(0).invokeCounter = 65533;
+  Block refused(0x41, 8), noCallback(0x41, 8), last(0x41, 8), first(0xA1, 19);
+  g_sendReturn = 0;
+  EXPECT_EQ(Run(refused), 0xC0000012u);
+  EXPECT_EQ(k3::Portable().DebugLines().at(0), "LINEERR_MISSINGPBXANSWER, invokeid 0 \n");
+  k3::g_callbacks.send = nullptr;
+  EXPECT_EQ(Run(noCallback), 0xC0000012u);
+  k3::g_callbacks.send = OnSend;
+  g_sendReturn = 1;
+  k3::Line(0).invokeCounter = 65534;
+  EXPECT_EQ(Run(last), kPending);
+  EXPECT_EQ(Run(first), kPending);
+  EXPECT_EQ(g_sent[1].ber, EscapeInvoke(65535, Amhost(8, 2)));
+  EXPECT_EQ(g_sent[2].invokeId, 32768u);
+
+  // Unanswered requests fail after 90 s, stored records go after 120 s.
+  uint32_t seq = k3::StoreEventData(0, k3::EventDataRecord());
+  g_results.clear();
+  k3::SweepTimeouts(kNow + 90000);
+  EXPECT_TRUE(g_results.empty());
+  k3::SweepTimeouts(kNow + 90001);
+  EXPECT_EQ(g_results, (std::vector<uint32_t>{0xC0000012u, 0xC0000012u}));
+  k3::SweepTimeouts(kNow + 120000);
+  EXPECT_TRUE(k3::HasEventData(0, seq));
+  k3::SweepTimeouts(kNow + 120001);
+  EXPECT_FALSE(k3::HasEventData(0, seq));
+
+  // A line reset drops pending requests without replies.
+  Block a(0x41, 8);
+  Run(a);
+  g_results.clear();
+  k3::LineReset(0);
+  k3::SweepTimeouts(kNow + 500000);
+  EXPECT_TRUE(g_results.empty());
+}
+
+TEST_F(Requests, EscapeResultAnswersUnderTheGivenId) {
+  CSTAMsg msg;
+  k3::BuildEscapeResult(msg, 2, 196)->SetAmhost(new AMHOST(7, 2, 7));
+  EXPECT_EQ(k3::SendWithInvokeId(0, msg, nullptr, 0x1234), 1u);
+  ASSERT_EQ(g_sent.size(), 1u);
+  EXPECT_EQ(g_sent[0].invokeId, 0x1234u);
+  const Bytes priv = B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x07, 0x02, 0x00, 0x00, 0x07, 0x00});
+  EXPECT_EQ(g_sent[0].ber, TLV(0xA2, Cat({B({0x02, 0x02, 0x12, 0x34}),
+                                         TLV(0x30, Cat({B({0x02, 0x01, 0x33}), TLV(0x7E, TLV(0xA1, PbxItem(priv)))}))})));
+  k3::g_callbacks.send = nullptr;
+  EXPECT_EQ(k3::SendWithInvokeId(0, msg, nullptr, 1), 0u);
+}
+
+}  // namespace

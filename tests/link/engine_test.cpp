@@ -1,0 +1,202 @@
+#include "link/engine.h"
+
+#include <gtest/gtest.h>
+
+#include <tuple>
+#include <vector>
+
+#include "link/platform.h"
+
+namespace {
+
+using k3::EventDataRecord;
+
+struct Reply {
+  uint32_t line, requestId, result;
+  bool operator==(const Reply &o) const {
+    return std::tie(line, requestId, result) == std::tie(o.line, o.requestId, o.result);
+  }
+};
+std::vector<Reply> g_replies;
+std::vector<std::vector<uint32_t>> g_events;
+uint32_t g_replyReturn = 1;
+
+uint32_t K3_CALL OnReply(uint32_t line, uint32_t requestId, uint32_t result) {
+  g_replies.push_back({line, requestId, result});
+  return g_replyReturn;
+}
+uint32_t K3_CALL OnEvent(uint32_t line, uint32_t m, uint32_t p1, uint32_t p2, uint32_t p3) {
+  g_events.push_back({line, m, p1, p2, p3});
+  return 0;
+}
+
+class LinkEngine : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    k3::ResetAllForLoad();
+    k3::g_callbacks = {};
+    k3::g_callbacks.reply = OnReply;
+    k3::g_callbacks.event = OnEvent;
+    g_replies.clear();
+    g_events.clear();
+    g_replyReturn = 1;
+    k3::Portable().Clear();
+    k3::Portable().SetTick(1000);
+  }
+  uint8_t block_[8] = {0x41, 0x00};
+};
+
+TEST_F(LinkEngine, InvokeIdsStartAt32768AndWrapAfter65535) {
+  EXPECT_EQ(k3::NextInvokeId(0), 32768u);
+  EXPECT_EQ(k3::NextInvokeId(0), 32769u);
+  k3::Line(0).invokeCounter = 65534;
+  EXPECT_EQ(k3::NextInvokeId(0), 65535u);
+  EXPECT_EQ(k3::NextInvokeId(0), 32768u);
+  // A line reset leaves the counter alone.
+  k3::LineReset(0);
+  EXPECT_EQ(k3::NextInvokeId(0), 32769u);
+}
+
+TEST_F(LinkEngine, EncoderResultsMapToCompletions) {
+  // Send refused: no PBX answer, with the debugger text.
+  EXPECT_EQ(k3::CompleteRequest(0, 7, block_, 8, 0), 0u);
+  // Refusals 1..4.
+  for (int32_t r = 1; r <= 4; ++r) k3::CompleteRequest(0, 10 + r, block_, 8, r);
+  // Everything else completes as success: 5..7, answered-at-once values, negatives, 32767.
+  for (int32_t r : {5, 6, 7, static_cast<int32_t>(0xFFFF0001u), static_cast<int32_t>(0xFFFF0009u), -1, 32767})
+    k3::CompleteRequest(0, 20, block_, 8, r);
+  std::vector<Reply> want = {{0, 7, 0xC0000012}, {0, 11, 0xC0000002}, {0, 12, 0xC0000003},
+                             {0, 13, 0xC0000004}, {0, 14, 0xC0000005}};
+  for (int i = 0; i < 7; ++i) want.push_back({0, 20, 0});
+  EXPECT_EQ(g_replies, want);
+  EXPECT_TRUE(k3::Line(0).pending.empty());
+  auto debug = k3::Portable().DebugLines();
+  ASSERT_FALSE(debug.empty());
+  EXPECT_EQ(debug[0], "LINEERR_MISSINGPBXANSWER, invokeid 0 \n");
+  EXPECT_EQ(debug[1], "TAPIExtendedService-SendReply: 0x08x\n");
+  // A reply callback that refuses makes the entry's own result 0xC0000001.
+  g_replyReturn = 0;
+  EXPECT_EQ(k3::CompleteRequest(0, 30, block_, 8, 2), 0xC0000001u);
+}
+
+TEST_F(LinkEngine, InvokeIdMakesRequestPendingUntilNinetySeconds) {
+  EXPECT_EQ(k3::CompleteRequest(0, 99, block_, 8, 40000), 0u);
+  EXPECT_TRUE(g_replies.empty());
+  ASSERT_EQ(k3::Line(0).pending.size(), 1u);
+  const k3::PendingRequest &p = k3::Line(0).pending.front();
+  EXPECT_EQ(p.invokeId, 40000u);
+  EXPECT_EQ(p.structType, 0x41);
+  EXPECT_EQ(p.block, block_);
+  EXPECT_EQ(p.size, 8u);
+  EXPECT_EQ(p.sentTick, 1000u);
+  EXPECT_EQ(p.deadlineTick, 91000u);
+
+  k3::SweepTimeouts(91000);  // exactly at the deadline: still waiting
+  EXPECT_TRUE(g_replies.empty());
+  k3::SweepTimeouts(91001);
+  EXPECT_EQ(g_replies, (std::vector<Reply>{{0, 99, 0xC0000012}}));
+  EXPECT_TRUE(k3::Line(0).pending.empty());
+  k3::SweepTimeouts(200000);  // completed once only
+  EXPECT_EQ(g_replies.size(), 1u);
+}
+
+TEST_F(LinkEngine, ReplyToPendingLeavesEntryAndIgnoresUnknownIds) {
+  k3::CompleteRequest(0, 1, block_, 8, 32800);
+  k3::CompleteRequest(0, 2, block_, 8, 32801);
+  k3::PendingRequest probe{};
+  probe.invokeId = 32801;
+  k3::ReplyToPending(probe, 0);
+  probe.invokeId = 32999;
+  k3::ReplyToPending(probe, 0);
+  EXPECT_EQ(g_replies, (std::vector<Reply>{{0, 2, 0}}));
+  EXPECT_EQ(k3::Line(0).pending.size(), 2u);
+}
+
+TEST_F(LinkEngine, EventDataStoreFetchAndExpiry) {
+  EventDataRecord r;
+  r.SetU16(EventDataRecord::kType, 0x81);
+  r.bytes[24] = 'x';
+  uint32_t a = k3::StoreEventData(0, r);
+  uint32_t b = k3::StoreEventData(0, r);
+  EXPECT_EQ(a, 1u);
+  EXPECT_EQ(b, 2u);
+
+  uint8_t out[k3::kEventRecordSize];
+  ASSERT_EQ(k3::FetchEventData(0, a, out, 0), 1u);
+  EXPECT_EQ(out[0], 1);                      // sequence number
+  EXPECT_EQ(out[4], 0x81);                   // type
+  EXPECT_EQ(out[8], 1);                      // reference count
+  uint32_t stored, deadline;
+  std::memcpy(&stored, out + 12, 4);
+  std::memcpy(&deadline, out + 16, 4);
+  EXPECT_EQ(stored, 1000u);
+  EXPECT_EQ(deadline, 121000u);
+  EXPECT_EQ(out[24], 'x');
+  EXPECT_EQ(k3::HasEventData(0, a), 1u);    // not consumed
+
+  EXPECT_EQ(k3::FetchEventData(0, a, out, 1), 1u);
+  EXPECT_EQ(k3::HasEventData(0, a), 0u);    // consumed once: gone
+  EXPECT_EQ(k3::FetchEventData(0, a, out, 1), 0u);
+
+  k3::SweepTimeouts(121000);
+  EXPECT_EQ(k3::HasEventData(0, b), 1u);
+  k3::SweepTimeouts(121001);
+  EXPECT_EQ(k3::HasEventData(0, b), 0u);
+  EXPECT_EQ(k3::RemoveEventData(0, b), 0u);
+  EXPECT_EQ(k3::StoreEventData(0, r), 3u);  // the counter is library-wide and keeps rising
+}
+
+TEST_F(LinkEngine, LineResetDropsEverythingWithoutReplies) {
+  k3::CompleteRequest(0, 1, block_, 8, 33000);
+  k3::StoreEventData(0, EventDataRecord());
+  k3::MonitorStartHandler(0, "100", CSTA3V6::AsnOcts("\x01\x02", 2));
+  k3::Line(0).cdrSession = 5;
+  k3::Line(0).listQueryHandle = 9;
+  k3::Line(0).cdrCrossRefId = CSTA3V6::AsnOcts("ab", 2);
+  k3::Line(0).maintSessions.push_back(3);
+  k3::Line(0).dataPaths.push_back({"200", CSTA3V6::AsnOcts("\0\0\0\0", 4), 0});
+  k3::Line(0).dataPathCounter = 1;
+
+  k3::LineReset(0);
+  const k3::LineState &s = k3::Line(0);
+  EXPECT_TRUE(g_replies.empty());
+  EXPECT_TRUE(s.pending.empty());
+  EXPECT_TRUE(s.events.empty());
+  EXPECT_TRUE(s.monitors.empty());
+  EXPECT_EQ(s.cdrSession, 0u);
+  EXPECT_EQ(s.listQueryHandle, 0u);
+  EXPECT_EQ(s.cdrCrossRefId.octetLen, 0u);
+  EXPECT_TRUE(s.maintSessions.empty());
+  EXPECT_TRUE(s.dataPaths.empty());
+  EXPECT_EQ(s.dataPathCounter, 1u);
+  k3::SweepTimeouts(1000000);
+  EXPECT_TRUE(g_replies.empty());
+}
+
+TEST_F(LinkEngine, MonitorRegistry) {
+  EXPECT_EQ(k3::MonitorStopHandler(0, "100"), 0u);  // empty list
+  k3::MonitorClearHandler(0);                        // harmless when empty
+
+  k3::MonitorStartHandler(0, "100", CSTA3V6::AsnOcts("A", 1));
+  k3::MonitorStartHandler(0, "100", CSTA3V6::AsnOcts("B", 1));
+  k3::MonitorStartHandler(0, "200", CSTA3V6::AsnOcts());
+  EXPECT_EQ(k3::FindMonitorByCrossRef(0, "", 0)->device, std::string("200"));
+  EXPECT_EQ(k3::FindMonitorByCrossRef(0, "B", 1)->device, std::string("100"));
+  EXPECT_EQ(k3::FindMonitorByCrossRef(0, "AB", 2), nullptr);
+
+  // Two starts of one device: each stop removes the older entry.
+  EXPECT_EQ(k3::MonitorStopHandler(0, "100"), 1u);
+  EXPECT_EQ(k3::FindMonitorByCrossRef(0, "A", 1), nullptr);
+  EXPECT_NE(k3::FindMonitorByCrossRef(0, "B", 1), nullptr);
+  EXPECT_EQ(k3::MonitorStopHandler(0, "100"), 1u);
+  EXPECT_EQ(k3::MonitorStopHandler(0, "100"), 0u);
+  EXPECT_EQ(k3::MonitorStopHandler(0, "20"), 0u);   // no prefix match
+
+  // A text longer than the field is cut to 15 characters, never written past it.
+  k3::MonitorStartHandler(0, "0123456789abcdefghij", CSTA3V6::AsnOcts("C", 1));
+  EXPECT_EQ(k3::FindMonitorByCrossRef(0, "C", 1)->device, std::string("0123456789abcde"));
+  k3::MonitorClearHandler(0);
+  EXPECT_TRUE(k3::Line(0).monitors.empty());
+}
+
+}  // namespace
