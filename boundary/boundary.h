@@ -10,6 +10,7 @@
 
 #include "asn/asn_octs.h"
 #include "kestrel3.h"
+#include "link/engine.h"
 
 namespace k3b {
 
@@ -73,18 +74,10 @@ void FreeRecord(ThreadMessageRecord *record);
 // terminated; reads no byte of text past what it copies. A null text gives "".
 void CopyDeviceText(char *field, size_t room, const char *text);
 
-// Everything the open exports store; one set for the whole process.
-struct CallbackTable {
-  K3_SEND_TO_PBX_CALLBACK send;
-  K3_REPLY_CALLBACK reply;
-  K3_EVENT_CALLBACK event;
-  void *valueA;
-  void *valueB;
-  uint32_t extVersion;  // nonzero while a line is open
-  uint32_t phoneValue1;
-  uintptr_t phoneValue2;
-};
-extern CallbackTable g_callbacks;
+// Everything the open exports store lives with the link engine, which calls the
+// host back through it.
+using k3::CallbackTable;
+using k3::g_callbacks;
 
 // The worker thread and the objects around it.
 struct WorkerState {

@@ -1,5 +1,6 @@
 // The handlers the worker thread and the exports call. The library links one
-// implementation of each; hooks_stub.cpp holds the defaults.
+// implementation of each: hooks_link.cpp in the shipped library, the tests'
+// probe build its own.
 #ifndef K3_BOUNDARY_HOOKS_H
 #define K3_BOUNDARY_HOOKS_H
 

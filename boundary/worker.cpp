@@ -15,7 +15,6 @@
 namespace k3b {
 
 WorkerState g_worker;
-CallbackTable g_callbacks;
 
 namespace {
 
