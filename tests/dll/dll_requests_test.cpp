@@ -154,7 +154,7 @@ TEST_F(Dll, UnansweredRequestExpiresAfterNinetySeconds) {
   EXPECT_EQ(g_done[0].result, 0xC0000012u);
   double secs = std::chrono::duration<double>(g_done[0].at - sent).count();
   EXPECT_GE(secs, 89.9);
-  EXPECT_LE(secs, 101.0);
+  EXPECT_LE(secs, 102.0);  // 100 s plus scheduling slack under load
 }
 
 }  // namespace
