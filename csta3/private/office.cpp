@@ -8,18 +8,11 @@
 namespace CSTA3V6 {
 
 using privprint::CodeName;
+using privoctets::PutOcts;
+using privoctets::SetOcts;
 
 namespace {
 
-void SetOcts(AsnOcts &o, const unsigned char *p, size_t n, bool terminator = false) {
-  o.Set(reinterpret_cast<const char *>(p), n, terminator);
-}
-
-void PutOcts(OctetVec &out, const AsnOcts &o, size_t maxLen) {
-  size_t n = std::min<size_t>(o.octetLen, maxLen);
-  if (n) out.insert(out.end(), reinterpret_cast<const unsigned char *>(o.octs),
-                    reinterpret_cast<const unsigned char *>(o.octs) + n);
-}
 
 unsigned char Octet(const AsnOcts &o, size_t i) {
   return i < o.octetLen ? static_cast<unsigned char>(o.octs[i]) : 0;

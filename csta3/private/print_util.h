@@ -1,12 +1,29 @@
-// Small print helpers shared by the private-data types (internal header).
+// Small octet and print helpers shared by the private-data types (internal header).
 #ifndef K3_CSTA3_PRIVATE_PRINT_UTIL_H
 #define K3_CSTA3_PRIVATE_PRINT_UTIL_H
 
+#include <algorithm>
 #include <cstdint>
+#include <vector>
 
 #include "asn/asn.h"
 
 namespace CSTA3V6 {
+namespace privoctets {
+
+inline void SetOcts(AsnOcts &o, const unsigned char *p, size_t n, bool terminator = false) {
+  o.Set(reinterpret_cast<const char *>(p), n, terminator);
+}
+
+// Appends at most maxLen octets of o.
+inline void PutOcts(std::vector<unsigned char> &out, const AsnOcts &o, size_t maxLen) {
+  size_t n = std::min<size_t>(o.octetLen, maxLen);
+  if (n) out.insert(out.end(), reinterpret_cast<const unsigned char *>(o.octs),
+                    reinterpret_cast<const unsigned char *>(o.octs) + n);
+}
+
+}  // namespace privoctets
+
 namespace privprint {
 
 // "{ <remark>" on a fresh line (the remark inside <REM> markup when tagged),
