@@ -1,11 +1,19 @@
 // The shipped handlers: the worker thread's messages reach the link engine and
-// the request encoders.
+// the request encoders; inbound messages reach the dispatcher.
 #include "boundary/hooks.h"
 
+#include "bridge/converters.h"
 #include "bridge/requests.h"
 #include "link/engine.h"
+#include "link/inbound.h"
 
 namespace k3b {
+
+namespace {
+// The dispatcher reaches the converters through the table they register; do it
+// once while the library loads, before any message can arrive.
+const bool kConvertersRegistered = (k3::RegisterInboundConverters(), true);
+}  // namespace
 
 void HookLineReset(uint32_t line) { k3::LineReset(line); }
 
@@ -23,7 +31,9 @@ void HookMonitorClear(uint32_t line) { k3::MonitorClearHandler(line); }
 
 void HookSweepTimeouts(uint32_t now) { k3::SweepTimeouts(now); }
 
-int32_t HookDispatchInbound(uint32_t, const void *) { return 1; }
+int32_t HookDispatchInbound(uint32_t line, const void *message) {
+  return k3::DispatchInbound(line, static_cast<const CSTA3V6::CSTAMsg *>(message));
+}
 
 uint32_t HookSendReply(uint32_t line, uint32_t requestId, uint32_t result) {
   return k3::SendReply(line, requestId, result);

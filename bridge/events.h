@@ -1,0 +1,68 @@
+// Unsolicited messages of the PBX turned into TAPI line events: agent state
+// changes, the data paths the PBX opens towards the library (with the answers
+// the PBX expects), CDR reports and maintenance reference events.
+//
+// An event either stores a 432-byte event-data record (types 0x32, 0x81 and
+// 0x94) and raises a 12-byte header carrying its sequence number, or raises
+// a header only (0x13, 0x92, 0x96). Without an event callback nothing is
+// stored or raised; the answers to the PBX are sent all the same.
+//
+// Choices made where the PBX's protocol leaves room:
+//  - The CDR time stamp at 24..35 is recordCreationTime (GeneralizedTime
+//    "YYYYMMDDhhmmss...") as six little-endian u16: year, month, day, hour,
+//    minute, second; a group that is not all digits stops the conversion and
+//    leaves it and the following ones 0.
+//  - The charging entry: for currency units the currency type, amount and
+//    multiplier; for charge units the first entry's type of units and count
+//    (no enumerated value: 0). A multiplier above 6 (or below 0) is written
+//    as 0xFFFFFFFF.
+//  - A CDR report without any CDRInformationItem still stores and raises a
+//    record (all fields empty) so that TAPI can answer the report.
+//  - sendData and stopDataPath naming a cross reference that is not open are
+//    ignored: no answer, no event.
+//  - The value of private element 3 for the 0x92 event is the first number
+//    (TDS cause) of the PrivTDS element.
+#ifndef K3_BRIDGE_EVENTS_H
+#define K3_BRIDGE_EVENTS_H
+
+#include <cstdint>
+
+#include "csta3_model.h"
+#include "csta3/private/private_data.h"
+
+namespace k3 {
+
+// Byte positions of the event records' bodies (inside the 432-byte record).
+namespace agentrec {
+constexpr size_t kDevice = 24, kDeviceWidth = 9;
+constexpr size_t kAgentId = 33, kAgentIdWidth = 7;
+constexpr size_t kKind = 40, kPrivateState = 44, kAcdGroup = 48;
+}  // namespace agentrec
+
+namespace cdrrec {
+constexpr size_t kTimeStamp = 24;
+constexpr size_t kCalling = 40, kDeviceWidth = 33;  // seven texts of 33 bytes from here
+constexpr size_t kMediaClass = 271, kTariffTable = 275, kDuration = 279, kCarrier = 283, kSelectedRoute = 287;
+constexpr size_t kSupplService = 291, kAccountInfo = 292;
+constexpr size_t kChargingPresent = 325, kChargingText = 329, kChargingTextWidth = 17;
+constexpr size_t kChargingValue = 346, kChargingKind = 350;
+constexpr size_t kMinutes = 358, kText1 = 362, kText2 = 395, kTextWidth = 33;
+constexpr size_t kInvokeId = 428;
+}  // namespace cdrrec
+
+namespace datarec {
+constexpr size_t kDevice = 24, kDeviceWidth = 9, kData = 33;
+}  // namespace datarec
+
+void OnAgentEvent(uint32_t line, const CSTA3V6::LogicalDeviceFeatureEvents &event, const CSTA3V6::AsnOcts &crossRefId);
+void OnMonitoredAgentEvent(uint32_t line, const CSTA3V6::LogicalDeviceFeatureEvents &event,
+                           const CSTA3V6::AsnOcts &crossRefId);
+void OnStartDataPath(uint32_t line, const CSTA3V6::ROIVapdu &invoke);
+void OnSendData(uint32_t line, const CSTA3V6::ROIVapdu &invoke);
+void OnStopDataPath(uint32_t line, const CSTA3V6::ROIVapdu &invoke);
+void OnCdrReport(uint32_t line, const CSTA3V6::ROIVapdu &invoke);
+void RaiseReferenceEvent(uint32_t line, const CSTA3V6::MAINT &maint);
+
+}  // namespace k3
+
+#endif

@@ -1,0 +1,173 @@
+// Answers to pending requests: the reply fields written into the caller's
+// structure and the status each request completes with.
+#include "inbound_fixture.h"
+
+namespace inbound_test {
+namespace {
+
+TEST_F(Inbound, AmhostAnswersFillTheReplyFields) {
+  struct Case {
+    uint16_t type;
+    uint32_t size;
+    Bytes priv;       // private octets of the escape result
+    uint32_t status;
+    size_t at;        // reply field checked
+    Bytes before, after;
+  };
+  const Case cases[] = {
+      {0x41, 8, Cat({Amhost(8, 2, 2), B({0xF8, 6, 0, 23, 11, 30})}), 0, 2, {}, B({23, 0, 11, 0, 30, 0})},
+      {0x41, 8, Amhost(8, 2, 2), 0xC0000011, 2, {}, Bytes(6, 0)},
+      {0x52, 143, Cat({Amhost(1, 2, 2), Dev211("4712"), Text(0xA3, "Al"), Text(0xA5, "12")}), 0, 2,
+       Cat({S("4711"), Bytes(71, 0), S("keep"), Bytes(29, 0), S("x")}),
+       Cat({S("4712"), Bytes(5, 0), S("Al"), Bytes(31, 0), S("12"), Bytes(31, 0), S("keep"), Bytes(29, 0), B({0})})},
+      {0x71, 44, Cat({Amhost(6, 2, 2), Text(0xA3, "Grp")}), 0, 11, {}, Cat({S("Grp"), B({0})})},
+      {0x71, 44, Amhost(6, 2, 2), 0, 11, S("n"), S("n")},
+      {0x73, 12, Cat({Amhost(6, 2, 2), B({0xE6, 4, 0x10, 0})}), 0, 11, {}, B({1})},
+      {0x73, 12, Cat({Amhost(6, 2, 2), B({0xE6, 4, 0xEF, 0})}), 0, 11, B({9}), B({0})},
+      {0x73, 12, Amhost(6, 2, 2), 0xC0000011, 11, B({9}), B({9})},
+      {0x74, 12, Cat({Amhost(6, 2, 2), B({0xE7, 6, 0x80, 0, 0x80, 0})}), 0, 11, {}, B({1})},
+      {0x74, 12, Cat({Amhost(6, 2, 2), B({0xE7, 6, 0x7F, 0xFF, 0x80, 0})}), 0, 11, B({9}), B({0})},
+      {0x74, 12, Cat({Amhost(6, 2, 2), B({0xE7, 6, 0x80, 0, 0x7F, 0xFF})}), 0xC0000011, 11, B({9}), B({9})},
+      // The server flag is bit 0 of octet 14 of exactly 16 private octets.
+      {0x44, 3, Cat({Amhost(10, 2, 2), B({0x0A, 4, 0x01, 0})}), 0, 2, {}, B({1})},
+      {0x44, 3, Cat({Amhost(10, 2, 2), B({0x0A, 4, 0xFE, 0})}), 0, 2, B({9}), B({0})},
+      {0x44, 3, Cat({Amhost(10, 2, 2), B({0x0A, 3, 0x01})}), 0xC0000011, 2, B({9}), B({9})},
+      {0x43, 3, Amhost(10, 8, 2), 0, 2, {}, B({0})},
+      {0x63, 20, Amhost(7, 5, 2), 0, 2, {}, B({0})},
+      // Refusals (third value 3) by cause, whatever the type.
+      {0x54, 44, Cat({Amhost(1, 1, 3), B({0xAD, 4, 49, 0})}), 0xC0000015, 2, {}, B({0})},
+      {0x41, 8, Cat({Amhost(8, 2, 3), B({0xAD, 4, 60, 0})}), 0xC0000015, 2, {}, B({0})},
+      {0x61, 21, Cat({Amhost(7, 2, 3), B({0xAD, 4, 84, 0})}), 0xC0000015, 2, {}, B({0})},
+      {0x54, 44, Cat({Amhost(1, 1, 3), B({0xAD, 4, 50, 0})}), 0xC0000003, 2, {}, B({0})},
+      {0x47, 2, Amhost(1, 1, 3), 0xC0000003, 0, {}, B({0x47, 0})},
+  };
+  uint32_t id = 40000;
+  for (const Case &c : cases) {
+    SCOPED_TRACE(::testing::Message() << "case " << id - 39999);
+    Block b(c.type, c.size);
+    std::copy(c.before.begin(), c.before.end(), &b.p[c.at]);
+    Pend(++id, b);
+    Dispatch(Rors(id, 51, EscapeRes(Item(c.priv))));
+    EXPECT_EQ(ResultFor(id), c.status);
+    EXPECT_EQ(b.Range(c.at, c.at + c.after.size()), c.after);
+  }
+  EXPECT_EQ(PendingCount(), 0u);
+}
+
+TEST_F(Inbound, MaintenanceAnswersAndTheStateFlag) {
+  uint32_t id = 41000;
+  for (auto [octet, year] : {std::pair{79, 2079}, {80, 1980}, {99, 1999}, {100, 100}}) {
+    Block b(0x11, 17);
+    Pend(++id, b);
+    Dispatch(Rors(id, 51, EscapeRes(Item(Maint(2, 5, Cat({Date(24, 12, octet), Time(23, 59, 58)}))))));
+    EXPECT_EQ(ResultFor(id), 0u);
+    EXPECT_EQ(b.Range(4, 17), B({5, 24, 0, 12, 0, year & 0xFF, year >> 8, 23, 0, 59, 0, 58, 0}));
+  }
+  Block bare(0x11, 17), loop(0x21, 54), ack(0x91, 6), nack(0x91, 6);
+  Pend(++id, bare);
+  Dispatch(Rors(id, 51, EscapeRes(Item(Maint(2, 6)))));
+  EXPECT_EQ(bare.Range(4, 17), Cat({B({6}), Bytes(12, 0)}));
+  EXPECT_EQ(k3::Line(0).maintSessions, (std::vector<uint8_t>{5, 5, 5, 5, 6}));
+
+  Pend(++id, loop);
+  Dispatch(Rors(id, 51, EscapeRes(Item(Maint(1, 0, B({1, 2, 3}))))));
+  EXPECT_EQ(ResultFor(id), 0u);
+  EXPECT_EQ(loop.Range(2, 6), B({1, 2, 3, 0}));
+  EXPECT_EQ(loop.p[53], 3);
+
+  Pend(++id, ack);
+  Dispatch(Rors(id, 51, EscapeRes(Item(B({0x1A, 0x04, 0x01, 0xC2})))));  // STARTACK
+  EXPECT_EQ(ack.U32(2), 1u);
+  EXPECT_EQ(k3::Line(0).stateFlag, 1);
+  Pend(++id, nack);
+  Dispatch(Rors(id, 51, EscapeRes(Item(B({0x1A, 0x04, 0x01, 0xC3})))));  // STARTNACK
+  EXPECT_EQ(ResultFor(id), 0u);
+  EXPECT_EQ(nack.U32(2), 0u);
+  EXPECT_EQ(k3::Line(0).stateFlag, 0);
+}
+
+CSTAMsg ResultMsg(uint32_t id, int32_t op, AsnType *result) {
+  CSTAMsg msg;
+  k3::BuildResult(msg, op, result);
+  k3::SetInvokeId(msg, id);
+  return msg;
+}
+
+TEST_F(Inbound, AgentStateAndDeviceCategory) {
+  auto agentResult = [](const char *agent, int state) {
+    auto *r = new GetAgentStateResult;
+    r->agentStateList = new AgentStateList;
+    AgentStateEntry *e = r->agentStateList->Append();
+    if (agent) e->agentID = new AgentID(agent);
+    if (state >= 0) (e->agentInfo = new AsnList<AgentInfo>)->Append()->agentState.Set(state);
+    r->agentStateList->Append()->agentID = new AgentID("other");
+    return r;
+  };
+  Block a(0x82, 19), b(0x82, 19), c(0x82, 19), d(0x82, 19);
+  for (Block *x : {&a, &b, &c, &d}) std::memcpy(&x->p[11], "\xAA\xAA\xAA\xAA" "ABC", 8);
+  Pend(42001, a), Pend(42002, b), Pend(42003, c), Pend(42004, d);
+  Dispatch(ResultMsg(42001, 304, agentResult("77", 3)));
+  Dispatch(ResultMsg(42002, 304, agentResult(nullptr, 7)));
+  Dispatch(ResultMsg(42003, 304, agentResult("1234567", -1)));
+  Dispatch(ResultMsg(42004, 304, new GetAgentStateResult));  // no list
+  for (uint32_t id = 42001; id <= 42004; ++id) EXPECT_EQ(ResultFor(id), 0u);
+  EXPECT_EQ(a.Range(11, 19), B({3, 0, 0, 0, '7', '7', 0, 0}));
+  EXPECT_EQ(b.Range(11, 16), B({0xFF, 0xFF, 0xFF, 0xFF, 0}));
+  EXPECT_EQ(c.Range(11, 19), B({0xAA, 0xAA, 0xAA, 0xAA, '1', '2', '3', 0}));  // cut at the structure's end
+  EXPECT_EQ(d.Range(11, 19), B({0xAA, 0xAA, 0xAA, 0xAA, 'A', 'B', 'C', 0}));
+
+  uint32_t id = 42100;
+  for (auto [category, reply] : {std::pair{-1, 0u}, {1, 2u}, {2, 1u}, {5, 0u}, {3, 3u}, {0, 3u}}) {
+    Block info(0xA1, 19);
+    std::memset(&info.p[11], 0xAA, 4);
+    Pend(++id, info);
+    auto *r = new GetPhysicalDeviceInformationResult;
+    if (category >= 0) r->deviceCategory = new DeviceCategory(category);
+    Dispatch(ResultMsg(id, 202, r));
+    EXPECT_EQ(ResultFor(id), 0u);
+    EXPECT_EQ(info.U32(11), reply) << "category " << category;
+  }
+}
+
+TEST_F(Inbound, AListArrivesInThreePartsAndIsFetched) {
+  Block query(0x61, 21);
+  EXPECT_EQ(k3::ProcessDevSpecificRequest(0, 5, query.p.get(), query.size), 0u);
+  ASSERT_EQ(host.sent.size(), 1u);
+  const uint32_t listSeq = k3::Line(0).listQueryHandle, queryId = host.sent[0].first;
+  // The collecting record names the query's invoke id; tracked under that
+  // id, the query receives the list's size with the last part.
+  Pend(queryId, query);
+  Dispatch(Roiv(500, 51, EscapeArg(Cat({Amhost(7, 2, 6), Dev211("101"), Dev211("102")}))));
+  Dispatch(Roiv(501, 51, EscapeArg(Cat({Amhost(7, 2, 6), Text(0xA3, "not a device")}))));
+  // Each earlier part is answered (invoke id 0) with a request for the next.
+  ASSERT_EQ(host.sent.size(), 3u);
+  for (size_t i = 1; i < 3; ++i) EXPECT_EQ(host.sent[i], std::make_pair(0u, Rors(0, 51, EscapeRes(Item(Amhost(7, 2, 7))))));
+  EXPECT_EQ(ResultFor(queryId), ~0u);
+  Dispatch(Roiv(502, 51, EscapeArg(Cat({Amhost(7, 2, 2), Dev211("103"), Dev211("104"), Dev211("105")}))));
+  EXPECT_EQ(host.sent.size(), 3u);
+  EXPECT_EQ(ResultFor(queryId), 0u);
+  EXPECT_EQ(query.U32(11), listSeq);
+  EXPECT_EQ(query.Range(15, 21), B({5, 0, 53, 0, 0, 0}));
+  EXPECT_EQ(k3::Line(0).listQueryHandle, 0u);
+  EXPECT_EQ(PendingCount(), 0u);
+
+  std::vector<uint8_t> fetch(53, 0);  // the size the query reported
+  fetch[0] = 0x62;
+  std::memcpy(&fetch[2], &listSeq, 4);
+  k3::ProcessDevSpecificRequest(0, 6, fetch.data(), 17);
+  EXPECT_EQ(fetch[6], 5);
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(Str(fetch, 8 + 9 * i), std::to_string(101 + i));
+
+  // A part that came as a result asks with a new, untracked invocation.
+  Block q2(0x61, 21), other(0x43, 3);
+  k3::ProcessDevSpecificRequest(0, 7, q2.p.get(), q2.size);
+  Pend(39000, other);
+  Dispatch(Rors(39000, 51, EscapeRes(Item(Cat({Amhost(7, 2, 6), Dev211("7")})))));
+  ASSERT_EQ(host.sent.size(), 5u);
+  EXPECT_EQ(host.sent[4], std::make_pair(queryId + 2, Roiv(queryId + 2, 51, EscapeArg(Amhost(7, 2, 7)))));
+  EXPECT_EQ(ResultFor(39000), ~0u);  // removed without a reply
+  EXPECT_EQ(k3::FindEventData(0, k3::Line(0).listQueryHandle)->texts, std::vector<std::string>{"7"});
+}
+
+}  // namespace
+}  // namespace inbound_test

@@ -1,0 +1,254 @@
+// Unsolicited messages of the PBX: the headers raised, the records stored and
+// the answers sent back.
+#include "inbound_fixture.h"
+
+namespace inbound_test {
+namespace {
+
+DeviceID *Device(const char *digits) {
+  auto *d = new DeviceID;
+  d->deviceIdentifier = new DeviceIDChoice;
+  d->deviceIdentifier->dialingNumber = new NumberDigits(digits);
+  return d;
+}
+
+// Common arguments carrying one PBX private-data item with these octets.
+CSTACommonArguments *PrivateData(const Bytes &octets) {
+  auto *ext = new CSTACommonArguments;
+  ext->privateData = new AsnList<CSTAPrivateData>;
+  PrivateDataChoiceSeq *item = k3::NewPbxPrivateItem(*ext->privateData->Append());
+  item->SetRaw(octets.data(), octets.size());
+  item->DecodeData();
+  return ext;
+}
+
+CSTAMsg Invoke(uint32_t id, int32_t op, AsnType *arg) {
+  CSTAMsg msg;
+  k3::BuildInvoke(msg, op, arg);
+  k3::SetInvokeId(msg, id);
+  return msg;
+}
+
+using L = LogicalDeviceFeatureEvents;
+const std::string kXref("\x01\x02", 2);
+
+template <class E>
+CSTAMsg AgentReport(L::ChoiceIdEnum which, const char *agentId, CSTACommonArguments *ext = nullptr,
+                    const std::string &xref = kXref) {
+  auto *e = new E;
+  (e->agentDevice = new SubjectDeviceID)->deviceIdentifier = Device("4712");
+  if (agentId) e->agentID = new AgentID(agentId);
+  e->acdGroup = Device("300");
+  e->extensions = ext;
+  auto *arg = new CSTAEventReportArgument;
+  arg->crossRefIdentifier.Set(xref.data(), xref.size());
+  arg->eventSpecificInfo = new EventSpecificInfo;
+  arg->eventSpecificInfo->choiceId = EventSpecificInfo::logicalDeviceFeatureEventsCid;
+  auto *events = arg->eventSpecificInfo->logicalDeviceFeatureEvents = new L;
+  events->choiceId = which;
+  events->alternative = e;
+  return Invoke(1, 21, arg);
+}
+
+TEST_F(Inbound, AgentEventsOfAKnownMonitor) {
+  k3::MonitorStartHandler(0, "4711", AsnOcts(kXref.data(), kXref.size()));
+  const Bytes bit0 = B({0xE8, 0x03, 0x01}), notBit0 = B({0xE8, 0x03, 0xFE});  // private element 6
+  Dispatch(AgentReport<AgentBusyEvent>(L::agentBusyCid, "A1"));
+  ASSERT_EQ(host.events.size(), 1u);
+  EXPECT_EQ(host.events[0], B({0x81, 0, 1, 0, 0, 0, 5, 0, 0, 0, 'A', '1'}));
+  Bytes rec = Record(1);
+  ASSERT_EQ(rec.size(), 432u);
+  EXPECT_EQ(Bytes(rec.begin(), rec.begin() + 52),
+            Cat({B({1, 0, 0, 0, 0x81, 0, 0, 0, 1, 0, 0, 0, 0xE8, 3, 0, 0, 0xA8, 0xD8, 1, 0, 0, 0, 0, 0}),
+                 S("4712"), Bytes(5, 0), S("A1"), Bytes(5, 0), B({5, 0, 0, 0, 0, 0, 0, 0}), S("300"), B({0})}));
+
+  // Unknown or shorter cross references and other events are dropped.
+  Dispatch(AgentReport<AgentBusyEvent>(L::agentBusyCid, "A", nullptr, std::string("\x01\x03", 2)));
+  Dispatch(AgentReport<AgentBusyEvent>(L::agentBusyCid, "A", nullptr, std::string("\x01", 1)));
+  CSTAMsg autoAnswer = AgentReport<AgentBusyEvent>(L::agentBusyCid, "A");
+  auto *ev = static_cast<CSTAEventReportArgument *>(autoAnswer.rOSE->roiv_apdu->argument)
+                 ->eventSpecificInfo->logicalDeviceFeatureEvents;
+  delete ev->agentBusy;
+  ev->choiceId = L::autoAnswerCid, ev->autoAnswer = new AutoAnswerEvent;
+  Dispatch(autoAnswer);
+  EXPECT_EQ(host.events.size(), 1u);
+
+  // Kind and private state; logged on/off of the monitor's own agent (the
+  // agent id compared over its own length, at most 9) take private state 3.
+  struct {
+    CSTAMsg msg;
+    uint32_t kind, state;
+  } const cases[] = {
+      {AgentReport<AgentWorkingAfterCallEvent>(L::agentWorkingAfterCallCid, "B"), 6, 0},
+      {AgentReport<AgentReadyEvent>(L::agentReadyCid, "C", PrivateData(bit0)), 4, 2},
+      {AgentReport<AgentNotReadyEvent>(L::agentNotReadyCid, "D", PrivateData(notBit0)), 3, 1},
+      {AgentReport<AgentLoggedOnEvent>(L::agentLoggedOnCid, "4711", PrivateData(bit0)), 1, 3},
+      {AgentReport<AgentLoggedOffEvent>(L::agentLoggedOffCid, "471"), 2, 3},
+      {AgentReport<AgentLoggedOffEvent>(L::agentLoggedOffCid, "4711000000", PrivateData(bit0)), 2, 2},
+      {AgentReport<AgentLoggedOnEvent>(L::agentLoggedOnCid, nullptr), 1, 0},
+  };
+  uint32_t seq = 1;
+  for (const auto &c : cases) {
+    Dispatch(c.msg);
+    ASSERT_EQ(host.events.size(), ++seq);
+    EXPECT_EQ(U32(host.events.back(), 2), seq);
+    EXPECT_EQ(U32(host.events.back(), 6), c.kind);
+    EXPECT_EQ(U32(Record(seq), 40), c.kind);
+    EXPECT_EQ(U32(Record(seq), 44), c.state) << "event " << seq;
+  }
+  EXPECT_EQ(host.events[1][11], 0);                 // a one-character agent id
+  EXPECT_EQ(Str(Record(7), 33), "471100");          // cut to its 7-byte field
+}
+
+CSTAMsg StartPath(uint32_t id, const char *device, bool withPrivate) {
+  auto *arg = new StartDataPathArgument;
+  (arg->object = new CSTAObject)->deviceObject = Device(device);
+  if (withPrivate) arg->extensions = PrivateData(B({0xE0, 0x05, 0x07, 0x00, 0x00}));  // element 3, value 7
+  return Invoke(id, 110, arg);
+}
+
+CSTAMsg PathMessage(uint32_t id, int32_t op, const std::string &xref, const char *data = "") {
+  auto *x = new IOCrossRefID;
+  x->choiceId = IOCrossRefID::computerProvidedCid;
+  x->computerProvided = new AsnOcts(xref.data(), xref.size());
+  if (op == 111) {
+    auto *arg = new StopDataPathArgument;
+    arg->ioCrossRefID = x;
+    return Invoke(id, op, arg);
+  }
+  auto *arg = new SendDataArgument;
+  arg->ioCrossRefID = x;
+  arg->ioData.Set(data);
+  return Invoke(id, op, arg);
+}
+
+TEST_F(Inbound, DataPathsAreOpenedUsedAndClosed) {
+  Dispatch(StartPath(700, "DP1", true));
+  Dispatch(StartPath(701, "123456789", true));
+  Dispatch(StartPath(702, "DP3", false));  // no private data: ignored
+  ASSERT_EQ(host.sent.size(), 2u);
+  EXPECT_EQ(host.sent[0], std::make_pair(700u, Rors(700, 110, B({0x30, 8, 0xA1, 6, 0x04, 4, 0, 0, 0, 0}))));
+  EXPECT_EQ(host.sent[1], std::make_pair(701u, Rors(701, 110, B({0x30, 8, 0xA1, 6, 0x04, 4, 1, 0, 0, 0}))));
+  ASSERT_EQ(host.events.size(), 2u);
+  EXPECT_EQ(host.events[0], B({0x92, 0, 7, 'D', 'P', '1', 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(host.events[1], B({0x92, 0, 7, 0, 0, 0, 0, 0, 0, 0, 0, 0}));  // a 9-character device
+  EXPECT_TRUE(k3::Line(0).events.empty());
+
+  // A failed answer: no event, but the path is open and the counter moved on.
+  host.sendReturn = 0;
+  Dispatch(StartPath(703, "DP4", true));
+  host.sendReturn = 1;
+  EXPECT_EQ(host.events.size(), 2u);
+  EXPECT_EQ(k3::Line(0).dataPaths.size(), 3u);
+  EXPECT_EQ(k3::Line(0).dataPathCounter, 3u);
+
+  Dispatch(PathMessage(710, 112, std::string(4, '\0'), "hello"));
+  ASSERT_EQ(host.sent.size(), 4u);
+  EXPECT_EQ(host.sent[3], std::make_pair(710u, Rors(710, 112, B({0x05, 0x00}))));
+  ASSERT_EQ(host.events.size(), 3u);
+  EXPECT_EQ(host.events[2], B({0x94, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+  Bytes rec = Record(1);
+  EXPECT_EQ(rec[4], 0x32);
+  EXPECT_EQ(Bytes(rec.begin() + 24, rec.begin() + 40), Cat({S("DP1"), Bytes(6, 0), S("hello"), B({0, 0})}));
+
+  // Unknown cross references: no answer, no event, nothing closed.
+  Dispatch(PathMessage(711, 112, "\x09\x09\x09\x09", "x"));
+  Dispatch(PathMessage(712, 111, "\x09\x09\x09\x09"));
+  Dispatch(PathMessage(713, 111, std::string("\x01\x00\x00\x00", 4)));
+  EXPECT_EQ(host.sent.size(), 4u);  // stopDataPath is never answered
+  ASSERT_EQ(host.events.size(), 4u);
+  EXPECT_EQ(host.events[3], Cat({B({0x96, 0}), S("123456789"), B({0})}));
+  ASSERT_EQ(k3::Line(0).dataPaths.size(), 2u);
+  EXPECT_EQ(k3::Line(0).dataPaths.back().device, "DP4");
+}
+
+template <class Party>
+Party *PartyOf(const char *digits) {
+  auto *p = new Party;
+  p->deviceIdentifier = Device(digits);
+  return p;
+}
+
+TEST_F(Inbound, CdrReportsBecomeRecords) {
+  auto *arg = new CDRReportArgument;
+  CDRInformationItem &item = *(arg->cdrInfo = new CDRInfo)->Append();
+  item.recordCreationTime.Set("20261123081530Z");
+  item.callingDevice = PartyOf<CallingDeviceID>("100");
+  item.calledDevice = PartyOf<CalledDeviceID>("200");
+  item.associatedCallingDevice = PartyOf<AssociatedCallingDeviceID>("300");
+  item.associatedCalledDevice = PartyOf<AssociatedCalledDeviceID>("400");
+  item.networkCallingDevice = PartyOf<NetworkCallingDeviceID>("500");
+  item.networkCalledDevice = PartyOf<NetworkCalledDeviceID>("600");
+  item.accessCode = new AsnOcts("0");
+  (item.mediaCallCharacteristics = new MediaCallCharacteristics)->mediaClass = new MediaClass(8);
+  item.mediaCallCharacteristics->mediaClass->SetBit(1);
+  item.tariffTable = new AsnInt(4);
+  item.connectionDuration = new AsnInt(125);
+  item.carrier = new AsnInt(6);
+  item.selectedRoute = new AsnInt(0x01020304);
+  item.supplServiceInfo = new SupplServiceInfo(16);
+  item.supplServiceInfo->SetBit(2), item.supplServiceInfo->SetBit(9);
+  item.accountInfo = new AccountInfo("ACC");
+  NumberUnits *units = (item.chargingInfo = new ChargingInfo)->numberUnits = new NumberUnits;
+  units->choiceId = NumberUnits::numberOfCurrencyUnitsCid;
+  auto *money = units->numberOfCurrencyUnits = new NumberOfCurrencyUnits;
+  money->currencyType.Set("EUR"), money->currencyAmount.Set(250), money->currencyMultiplier.Set(3);
+  // Private element 20: time parts 2 and 30, texts "ABC" and "XY".
+  arg->extensions = PrivateData(B({0xE4, 0x0D, 0x01, 0x02, 0x01, 0x1E, 0x03, 'A', 'B', 'C', 0x02, 'X', 'Y'}));
+  Dispatch(Invoke(900, 361, arg));
+
+  ASSERT_EQ(host.events.size(), 1u);
+  EXPECT_EQ(host.events[0], B({0x32, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+  Bytes expect(432, 0);
+  auto put = [&](size_t at, const Bytes &b) { std::copy(b.begin(), b.end(), expect.begin() + at); };
+  put(0, B({1, 0, 0, 0, 0x32, 0, 0, 0, 1, 0, 0, 0, 0xE8, 0x03, 0, 0, 0xA8, 0xD8, 0x01, 0}));
+  put(24, B({0xEA, 0x07, 11, 0, 23, 0, 8, 0, 15, 0, 30, 0}));  // 2026-11-23 08:15:30
+  const char *devices[] = {"100", "200", "300", "400", "500", "600", "0"};
+  for (int i = 0; i < 7; ++i) put(40 + 33 * i, S(devices[i]));
+  put(271, B({1, 0, 0, 0, 4, 0, 0, 0, 125, 0, 0, 0, 6, 0, 0, 0, 4, 3, 2, 1, 18}));
+  put(292, S("ACC"));
+  put(325, B({1, 0, 0, 0}));
+  put(329, S("EUR"));
+  put(346, B({250, 0, 0, 0, 3, 0, 0, 0, 0, 0, 0, 0, 150, 0, 0, 0}));
+  put(362, S("ABC"));
+  put(395, S("XY"));
+  put(428, B({0x84, 0x03, 0, 0}));  // invoke id 900
+  EXPECT_EQ(Record(1), expect);
+
+  // TAPI answers the report later under the kept invoke id.
+  std::vector<uint8_t> answer(442, 0);
+  answer[0] = 0x35, answer[6] = 1;  // session 0, record 1
+  k3::ProcessDevSpecificRequest(0, 9, answer.data(), 10);
+  ASSERT_EQ(host.sent.size(), 1u);
+  EXPECT_EQ(host.sent[0].first, 900u);
+
+  // Without element 20 the minutes read 0xFFFFFFFF; a multiplier above 6 too.
+  auto *bare = new CDRReportArgument;
+  units = ((bare->cdrInfo = new CDRInfo)->Append()->chargingInfo = new ChargingInfo)->numberUnits = new NumberUnits;
+  units->choiceId = NumberUnits::numberOfCurrencyUnitsCid;
+  (units->numberOfCurrencyUnits = new NumberOfCurrencyUnits)->currencyMultiplier.Set(7);
+  Dispatch(Invoke(901, 361, bare));
+  Dispatch(Invoke(902, 361, new CDRReportArgument));  // no item at all
+  EXPECT_EQ(U32(Record(2), 350), 0xFFFFFFFFu);
+  EXPECT_EQ(U32(Record(2), 358), 0xFFFFFFFFu);
+  Bytes empty = Record(3);
+  EXPECT_EQ(U32(empty, 358), 0xFFFFFFFFu);
+  EXPECT_EQ(U32(empty, 428), 902u);
+  EXPECT_EQ(std::count(empty.begin() + 24, empty.begin() + 358, 0), 358 - 24);
+}
+
+TEST_F(Inbound, ReferenceEventsForListedReferences) {
+  k3::Line(0).maintSessions = {3, 5};
+  Dispatch(Roiv(800, 51, EscapeArg(Maint(2, 5, Cat({Date(31, 12, 79), Time(23, 59, 58)})))));
+  Dispatch(Roiv(801, 51, EscapeArg(Maint(2, 6, Date(1, 1, 1)))));           // not listed
+  Dispatch(Roiv(802, 51, EscapeArg(Maint(2, 3, Date(1, 1, 1), 0xC5))));     // action 197
+  Dispatch(Roiv(803, 51, EscapeArg(Maint(2, 3, Cat({Date(0x3F, 0x1F, 101), Time(0x41, 0x7F, 0xFF)})))));  // masked
+  ASSERT_EQ(host.events.size(), 2u);
+  EXPECT_EQ(host.events[0], B({0x13, 0, 5, 0x9F, 0x01, 0x1F, 0x08, 0x77, 0x07, 0x3A, 0x00, 0}));
+  EXPECT_EQ(host.events[1], B({0x13, 0, 3, 0xFF, 0x01, 101, 0, 0xE1, 0x07, 0x3F, 0x00, 0}));
+  EXPECT_TRUE(k3::Line(0).events.empty());
+  EXPECT_TRUE(host.sent.empty());
+}
+
+}  // namespace
+}  // namespace inbound_test

@@ -1,0 +1,67 @@
+#include "inbound_fixture.h"
+
+#include <sstream>
+
+namespace inbound_test {
+
+namespace {
+uint32_t K3_CALL OnSend(uint32_t, const void *m, void *, uint32_t id) {
+  TheHost().sent.emplace_back(id, EncodeToVector(*static_cast<const CSTAMsg *>(m)));
+  return TheHost().sendReturn;
+}
+uint32_t K3_CALL OnReply(uint32_t, uint32_t requestId, uint32_t result) {
+  TheHost().replies.emplace_back(requestId, result);
+  return 1;
+}
+uint32_t K3_CALL OnEvent(uint32_t, uint32_t w0, uint32_t w1, uint32_t w2, uint32_t p3) {
+  EXPECT_EQ(p3, 0u);
+  uint32_t words[3] = {w0, w1, w2};
+  Bytes header(12);
+  std::memcpy(header.data(), words, 12);
+  TheHost().events.push_back(header);
+  return 0;
+}
+}  // namespace
+
+Host &TheHost() {
+  static Host host;
+  return host;
+}
+
+std::unique_ptr<CSTAMsg> Decode(const Bytes &ber) {
+  auto msg = std::make_unique<CSTAMsg>();
+  std::ostringstream err;
+  AsnLen used = 0;
+  int rc = DecodeFrom(ber.data(), ber.size(), *msg, err, &used);
+  EXPECT_EQ(rc, 0) << err.str();
+  EXPECT_EQ(used, ber.size());
+  return rc == 0 ? std::move(msg) : nullptr;
+}
+
+void Inbound::SetUp() {
+  k3::ResetAllForLoad();
+  k3::g_callbacks = {};
+  k3::g_callbacks.send = OnSend;
+  k3::g_callbacks.reply = OnReply;
+  k3::g_callbacks.event = OnEvent;
+  k3::Portable().Clear();
+  k3::Portable().SetTick(kNow);
+  TheHost() = Host();
+  k3::RegisterInboundConverters();
+}
+
+uint32_t Inbound::ResultFor(uint32_t invokeId) const {
+  uint32_t found = ~0u;
+  int n = 0;
+  for (auto [requestId, result] : host.replies)
+    if (requestId == invokeId + 1) found = result, ++n;
+  EXPECT_LE(n, 1) << "request " << invokeId << " completed more than once";
+  return found;
+}
+
+Bytes Inbound::Record(uint32_t sequence) const {
+  Bytes out(k3::kEventRecordSize);
+  return k3::FetchEventData(0, sequence, out.data(), 0) ? out : Bytes();
+}
+
+}  // namespace inbound_test
