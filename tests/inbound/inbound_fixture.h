@@ -102,7 +102,9 @@ class Inbound : public ::testing::Test {
   }
   void Dispatch(const Bytes &ber) {
     auto msg = Decode(ber);
-    if (msg) EXPECT_EQ(k3::DispatchInbound(0, msg.get()), 1);
+    if (msg) {
+      EXPECT_EQ(k3::DispatchInbound(0, msg.get()), 1);
+    }
   }
   void Dispatch(const CSTAMsg &msg) { EXPECT_EQ(k3::DispatchInbound(0, &msg), 1); }
   // The result the request of invokeId was completed with (~0: none); fails on a second one.
