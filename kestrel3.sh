@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Kestrel3: set up, build, test and run on a Debian machine.
-#   ./kestrel3.sh demo            build everything and run the main job under Wine
+#   ./kestrel3.sh demo [--ber] [--with-timeout]   build the Windows preset and run the default scenarios under Wine
 #   ./kestrel3.sh test            build everything and run every test (native, sanitizers, Wine)
 #   ./kestrel3.sh build           build everything (build/native, build/native-asan, build/windows)
 #   ./kestrel3.sh fuzz [SECONDS] [TARGET]   build the libFuzzer targets and run each (default 60 s)
@@ -70,7 +70,9 @@ case "$cmd" in
   demo)
     setup; configure_build windows
     log "demo"
-    /usr/lib/wine/wine64 build/windows/k3-demo.exe "${@:2}" ;;
+    # The scenario runner plays TSP and PBX around the DLL; options such as
+    # --ber or --with-timeout pass through (the time-out file runs only with it).
+    /usr/lib/wine/wine64 build/windows/k3-scenario.exe "${@:2}" scenarios/default.scn scenarios/timeout.scn ;;
   fuzz)
     setup; configure_build fuzz
     secs=${2:-60}; only=${3:-}

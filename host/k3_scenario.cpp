@@ -1,0 +1,730 @@
+// k3-scenario: plays a TAPI service provider and a Vorta PBX around the real
+// Kestrel3.dll, step by step from scenario files, and prints a transcript.
+//
+//   k3-scenario [--ber] [--with-timeout] [--dll PATH] FILE...
+//
+// The host half loads the library as a TSP does (LoadLibraryA, GetProcAddress,
+// line open with its three callbacks) and passes requests, monitor
+// notifications and inbound messages. Every message the library hands to the
+// send callback is BER-encoded and decoded again before the simulated PBX sees
+// it; every message of the PBX is built as objects, encoded and decoded before
+// it reaches fn_vrt_CSTAfromVorta. Exit status: 0 when every expectation was
+// met, 1 when one failed, 2 when a scenario file could not be read.
+#include <windows.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstring>
+#include <deque>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "csta3_model.h"
+#include "host/scenario.h"
+#include "kestrel3.h"
+#include "kestrel3_devspecific.h"
+
+using namespace CSTA3V6;
+using k3s::Step;
+using SValue = k3s::Value;
+
+namespace {
+
+// ---------------------------------------------------------------------------
+// What the library hands to the host's callbacks, in order of arrival.
+
+struct Happening {
+  enum Kind { Sent, Reply, Event } kind;
+  // Sent: the message as the PBX decoded it.
+  uint32_t invokeId = 0;
+  const void *block = nullptr;
+  std::vector<unsigned char> ber;
+  std::shared_ptr<CSTAMsg> msg;
+  std::string decodeError;
+  // Reply.
+  uint32_t requestId = 0, result = 0;
+  // Event: the three header words and parameter 3.
+  uint32_t words[3] = {0, 0, 0};
+  uint32_t param3 = 0;
+};
+
+std::mutex g_lock;
+std::condition_variable g_changed;
+std::vector<Happening> g_log;
+volatile LONG g_sendAccept = 1;
+
+uint32_t K3_CALL OnSend(uint32_t, const void *message, void *block, uint32_t invokeId) {
+  Happening h;
+  h.kind = Happening::Sent;
+  h.invokeId = invokeId;
+  h.block = block;
+  h.msg = std::make_shared<CSTAMsg>();
+  // The library's object is valid during this call only: the link encodes it
+  // here, and the PBX works on what it decodes.
+  if (!message) h.decodeError = "the library passed no message";
+  else if (!k3s::RoundTrip(*static_cast<const CSTAMsg *>(message), *h.msg, h.ber, h.decodeError)) h.msg.reset();
+  std::lock_guard<std::mutex> l(g_lock);
+  g_log.push_back(std::move(h));
+  g_changed.notify_all();
+  return g_sendAccept ? 1 : 0;
+}
+
+uint32_t K3_CALL OnReply(uint32_t, uint32_t requestId, uint32_t result) {
+  Happening h;
+  h.kind = Happening::Reply;
+  h.requestId = requestId;
+  h.result = result;
+  std::lock_guard<std::mutex> l(g_lock);
+  g_log.push_back(std::move(h));
+  g_changed.notify_all();
+  return 1;
+}
+
+uint32_t K3_CALL OnEvent(uint32_t, uint32_t w0, uint32_t w1, uint32_t w2, uint32_t p3) {
+  Happening h;
+  h.kind = Happening::Event;
+  h.words[0] = w0, h.words[1] = w1, h.words[2] = w2;
+  h.param3 = p3;
+  std::lock_guard<std::mutex> l(g_lock);
+  g_log.push_back(std::move(h));
+  g_changed.notify_all();
+  return 0;
+}
+
+// ---------------------------------------------------------------------------
+// The library's exports.
+
+struct Dll {
+  HMODULE h = nullptr;
+  PFN_fn_vrt_lineOpenAndSelectExtVersion lineOpen = nullptr;
+  PFN_fn_vrt_lineDevSpecific devSpecific = nullptr;
+  PFN_fn_vrt_CSTAfromVorta fromVorta = nullptr;
+  PFN_fn_vrt_MonitorStart monitorStart = nullptr;
+  PFN_fn_vrt_MonitorStop monitorStop = nullptr;
+  PFN_fn_vrt_MonitorClear monitorClear = nullptr;
+  PFN_fn_DLL_GetVersionOfLib2 lib2 = nullptr;
+
+  template <class F>
+  bool Get(F &f, const char *name) {
+    f = reinterpret_cast<F>(reinterpret_cast<void *>(GetProcAddress(h, name)));
+    if (!f) std::printf("GetProcAddress(%s) failed: error %lu\n", name, GetLastError());
+    return f != nullptr;
+  }
+  bool Load(const char *path) {
+    h = LoadLibraryA(path);
+    if (!h) {
+      std::printf("LoadLibrary(%s) failed: error %lu\n", path, GetLastError());
+      return false;
+    }
+    return Get(lineOpen, "fn_vrt_lineOpenAndSelectExtVersion") & Get(devSpecific, "fn_vrt_lineDevSpecific") &
+           Get(fromVorta, "fn_vrt_CSTAfromVorta") & Get(monitorStart, "fn_vrt_MonitorStart") &
+           Get(monitorStop, "fn_vrt_MonitorStop") & Get(monitorClear, "fn_vrt_MonitorClear") &
+           Get(lib2, "fn_DLL_GetVersionOfLib2");
+  }
+};
+
+// ---------------------------------------------------------------------------
+// The runner.
+
+struct Request {
+  std::string name;
+  const k3s::StructInfo *info = nullptr;
+  uint32_t requestId = 0, size = 0;
+  std::unique_ptr<uint8_t[]> block;
+  bool completed = false;
+  uint32_t result = 0;
+  bool internal = false;  // a fetch made by the runner
+};
+
+struct EventSeen {
+  uint8_t header[12];
+  uint16_t type;
+  bool fetched = false;
+  k3s::FetchPlan plan;
+  std::vector<uint8_t> record;  // the fetch structure as the library filled it
+  uint32_t fetchResult = 0;
+};
+
+class Runner {
+ public:
+  Runner(Dll &dll, bool ber) : dll_(dll), ber_(ber) {}
+
+  void Open(uint32_t version) {
+    uint32_t r = dll_.lineOpen(0, version, OnReply, OnEvent, nullptr, OnSend, nullptr);
+    std::printf("  line 0 opened (extension version 0x%08x): %u\n", version, r);
+    if (r != 1) Failed("line open returned " + std::to_string(r));
+  }
+  void Close() {
+    uint32_t r = dll_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
+    std::printf("  line 0 closed: %u\n", r);
+    Settle(50);
+    pbx_.clear();
+  }
+
+  // Runs one file's steps; the line is opened before and closed after.
+  void RunFile(const std::string &file, const std::vector<Step> &steps) {
+    std::printf("\n== %s\n", file.c_str());
+    file_ = file;
+    requests_.clear();
+    Open(0x00020000);
+    for (const Step &s : steps) {
+      where_ = s.Where();
+      std::printf("\n[%s] %s\n", where_.c_str(), s.source.c_str());
+      RunStep(s);
+      Pump();
+    }
+    Settle(100);
+    for (const Happening &h : pbx_) MessageLine("  not answered:", h);
+    if (!events_.empty()) std::printf("  %zu event(s) not checked by the scenario\n", events_.size());
+    events_.clear();
+    Close();
+    retired_.push_back(std::move(requests_));
+  }
+
+  int Summary() const {
+    std::printf("\n== Summary\n");
+    std::printf("  %-42s %6s\n", "TAPI requests by type", "count");
+    for (auto &kv : requestsByType_) {
+      const k3s::StructInfo *si = k3s::StructureByCode(kv.first);
+      std::printf("    0x%02X %-35s %6u\n", kv.first, si ? si->name : "?", kv.second);
+    }
+    std::printf("  %-42s %6s\n", "completions by result", "count");
+    for (auto &kv : completionsByResult_)
+      std::printf("    0x%08X %-29s %6u\n", kv.first, k3s::ResultName(kv.first), kv.second);
+    std::printf("  %-42s %6s\n", "line events by type", "count");
+    for (auto &kv : eventsByType_) std::printf("    0x%02X %-35s %6u\n", kv.first, k3s::EventName(kv.first), kv.second);
+    std::printf("  %-42s %6s\n", "messages to the PBX by operation", "count");
+    for (auto &kv : sentByOp_) std::printf("    %-40s %6u\n", kv.first.c_str(), kv.second);
+    std::printf("  %-42s %6u\n", "messages from the PBX", fromPbx_);
+    std::printf("  %-42s %6u\n", "expectations met", met_);
+    std::printf("  %-42s %6u\n", "expectations failed", failed_);
+    for (const std::string &f : failures_) std::printf("    %s\n", f.c_str());
+    return failed_ ? 1 : 0;
+  }
+
+ private:
+  // ---- bookkeeping ----------------------------------------------------------
+
+  void Met() { ++met_; }
+  void Failed(const std::string &why) {
+    ++failed_;
+    failures_.push_back(where_ + ": " + why);
+    std::printf("  FAILED %s: %s\n", where_.c_str(), why.c_str());
+  }
+
+  static std::string Indented(const std::string &text, const char *pad) {
+    std::string out, line;
+    std::stringstream ss(text);
+    while (std::getline(ss, line)) out += pad + line + "\n";
+    return out;
+  }
+
+  void MessageLine(const char *label, const Happening &h) {
+    if (!h.msg) {
+      std::printf("%s invoke id %u: %s\n", label, h.invokeId, h.decodeError.c_str());
+      return;
+    }
+    k3s::MessageFacts f = k3s::FactsOf(*h.msg);
+    std::printf("%s %s %lld %s (%d)\n", label, f.kind.c_str(), (long long)f.invokeId, k3s::OperationName(f.operation),
+                f.operation);
+  }
+
+  void PrintMessage(const CSTAMsg &msg, const std::vector<unsigned char> &ber) {
+    std::fputs(Indented(AsnPrintToString(msg), "      ").c_str(), stdout);
+    if (ber_) std::printf("      BER %zu octets: %s\n", ber.size(), k3s::HexOf(ber.data(), ber.size(), " ").c_str());
+  }
+
+  std::string Fields(const Request &r) const {
+    std::string s;
+    for (const k3s::Field &f : r.info->fields) {
+      std::string v = k3s::GetField(r.block.get(), k3s::kBlockRoom, f);
+      if (v == "0" || v == "\"\"") continue;  // untouched fields stay out of the way
+      s += " " + f.name + "=" + v;
+    }
+    return s;
+  }
+
+  // ---- the callbacks' log ---------------------------------------------------
+
+  // Handles what arrived since the last call: prints it and files it.
+  void Pump() {
+    for (;;) {
+      Happening h;
+      {
+        std::lock_guard<std::mutex> l(g_lock);
+        if (seen_ >= g_log.size()) return;
+        h = g_log[seen_++];  // a copy: the callbacks may grow the log meanwhile
+      }
+      switch (h.kind) {
+        case Happening::Sent: {
+          MessageLine("  DLL -> PBX:", h);
+          if (h.msg) {
+            PrintMessage(*h.msg, h.ber);
+            k3s::MessageFacts f = k3s::FactsOf(*h.msg);
+            ++sentByOp_[std::string(k3s::OperationName(f.operation)) + " " + f.kind];
+          } else {
+            Failed("a message of the library did not survive the BER round trip: " + h.decodeError);
+          }
+          pbx_.push_back(h);
+          break;
+        }
+        case Happening::Reply: {
+          ++completionsByResult_[h.result];
+          auto it = byId_.find(h.requestId);
+          if (it == byId_.end()) {
+            std::printf("  completion of unknown request id %u: 0x%08X %s\n", h.requestId, h.result,
+                        k3s::ResultName(h.result));
+            break;
+          }
+          Request &r = *it->second;
+          if (r.completed) Failed(r.name + " completed a second time");
+          r.completed = true;
+          r.result = h.result;
+          std::printf("  completion %s (0x%02X %s): 0x%08X %s%s\n", r.name.c_str(), r.info->type, r.info->name,
+                      h.result, k3s::ResultName(h.result), Fields(r).c_str());
+          break;
+        }
+        case Happening::Event: {
+          EventSeen e;
+          std::memcpy(e.header, h.words, 12);
+          e.type = uint16_t(e.header[0] | e.header[1] << 8);
+          ++eventsByType_[e.type];
+          std::printf("  line event 0x%02X (%s), header %s", e.type, k3s::EventName(e.type),
+                      k3s::HexOf(e.header, 12, " ").c_str());
+          for (const k3s::Field &f : k3s::EventHeaderFields(e.type))
+            std::printf(" %s=%s", f.name.c_str(), k3s::GetField(e.header, 12, f).c_str());
+          std::printf("%s\n", h.param3 ? " (parameter 3 is not 0)" : "");
+          if (h.param3) Failed("event parameter 3 is " + std::to_string(h.param3));
+          if (fetch_ && k3s::FetchPlanFor(e.type, e.plan)) Fetch(e);
+          if (e.type == 0x32 || e.type == 0x81 || e.type == 0x94) lastSeq_ = e.header[2] | e.header[3] << 8 | e.header[4] << 16 | uint32_t(e.header[5]) << 24;
+          events_.push_back(std::move(e));
+          break;
+        }
+      }
+    }
+  }
+
+  // Fetches an event's stored record with the local request of its plan.
+  void Fetch(EventSeen &e) {
+    uint32_t seq = e.header[2] | e.header[3] << 8 | e.header[4] << 16 | uint32_t(e.header[5]) << 24;
+    Request &r = NewRequest("fetch" + std::to_string(seq), k3s::StructureByCode(e.plan.type), e.plan.size, true);
+    std::memcpy(r.block.get() + 2, &seq, 4);
+    ++requestsByType_[e.plan.type];
+    uint32_t q = dll_.devSpecific(0, r.requestId, r.block.get(), r.size);
+    if (q != 0) {
+      std::printf("    fetch of record %u not queued: 0x%08X\n", seq, q);
+      return;
+    }
+    // The completion comes from the worker thread; wait for it without
+    // handling the log (this runs inside Pump).
+    std::unique_lock<std::mutex> l(g_lock);
+    bool done = g_changed.wait_for(l, std::chrono::seconds(5), [&] {
+      for (size_t i = seen_; i < g_log.size(); ++i)
+        if (g_log[i].kind == Happening::Reply && g_log[i].requestId == r.requestId) return true;
+      return false;
+    });
+    l.unlock();
+    if (!done) {
+      std::printf("    fetch of record %u: no completion\n", seq);
+      return;
+    }
+    e.fetched = true;
+    e.record.assign(r.block.get(), r.block.get() + k3s::kBlockRoom);
+    std::printf("    record %u fetched with 0x%02X:", seq, e.plan.type);
+    for (const k3s::Field &f : e.plan.fields)
+      std::printf(" %s=%s", f.name.c_str(), k3s::GetField(e.record.data(), k3s::kBlockRoom, f).c_str());
+    std::printf("\n");
+  }
+
+  // Waits (handling the log) until pred holds or ms have passed.
+  bool WaitFor(const std::function<bool()> &pred, uint32_t ms) {
+    auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+    for (;;) {
+      Pump();
+      if (pred()) return true;
+      if (std::chrono::steady_clock::now() >= end) return false;
+      std::unique_lock<std::mutex> l(g_lock);
+      g_changed.wait_for(l, std::chrono::milliseconds(20), [&] { return seen_ < g_log.size(); });
+    }
+  }
+  void Settle(uint32_t ms) {
+    WaitFor([] { return false; }, ms);
+  }
+
+  // ---- steps ----------------------------------------------------------------
+
+  Request &NewRequest(const std::string &name, const k3s::StructInfo *info, uint32_t size, bool internal) {
+    auto r = std::make_unique<Request>();
+    r->name = name;
+    r->info = info;
+    r->size = size;
+    r->requestId = nextRequestId_++;
+    r->internal = internal;
+    r->block.reset(new uint8_t[k3s::kBlockRoom]());
+    r->block[0] = uint8_t(info->type), r->block[1] = uint8_t(info->type >> 8);
+    Request &ref = *r;
+    byId_[ref.requestId] = &ref;
+    requests_[internal ? name + "#" + std::to_string(ref.requestId) : name] = std::move(r);
+    return ref;
+  }
+
+  // Resolves $event.seq and $NAME.field references.
+  bool Resolve(const SValue &in, SValue &out) {
+    out = in;
+    if (in.kind != SValue::Ref) return true;
+    size_t dot = in.text.find('.');
+    std::string who = in.text.substr(0, dot), what = in.text.substr(dot + 1);
+    int64_t n = 0;
+    if (who == "event") {
+      n = lastSeq_;
+    } else if (who == "sent") {
+      n = lastTaken_;
+    } else {
+      auto it = requests_.find(who);
+      if (it == requests_.end()) return Failed("$" + in.text + ": no such request"), false;
+      k3s::Field raw;
+      const k3s::Field *f = k3s::FindField(*it->second->info, what);
+      if (!f && k3s::ParseRawField(what, raw)) f = &raw;
+      std::string text = k3s::GetField(it->second->block.get(), k3s::kBlockRoom, *f);
+      if (f->kind == k3s::FieldKind::Text || f->kind == k3s::FieldKind::Octets) {
+        std::string err;
+        return k3s::ParseValue(text, out, err);
+      }
+      n = std::stoll(text);
+    }
+    out.kind = SValue::Number;
+    out.number = n + in.offset;
+    out.text = std::to_string(out.number);
+    return true;
+  }
+
+  void RunStep(const Step &written) {
+    // References ($event.seq, $NAME.field, $sent.invoke) take their values now.
+    Step s = written;
+    for (k3s::Arg &a : s.args) {
+      SValue v;
+      if (!Resolve(a.value, v)) return;
+      a.value = v;
+    }
+    const std::string &verb = s.words[0];
+    if (verb == "open") return Open(s.Has("version") ? uint32_t(s.Find("version")->value.number) : 0x00020000);
+    if (verb == "close") return Close();
+    if (verb == "note" || verb == "requires") return;
+    if (verb == "wait") return Settle(uint32_t(std::stoul(s.words[1])));
+    if (verb == "fetch") {
+      fetch_ = s.words[1] == "on";
+      return;
+    }
+    if (verb == "link") {
+      InterlockedExchange(&g_sendAccept, s.words[1] == "up" ? 1 : 0);
+      std::printf("  the host's send callback now %s messages\n", g_sendAccept ? "accepts" : "refuses");
+      return;
+    }
+    if (verb == "monitor") return Monitor(s);
+    if (verb == "request") return SendRequest(s);
+    if (verb == "pbx") return Pbx(s);
+    if (verb == "expect") return Expect(s);
+  }
+
+  void Monitor(const Step &s) {
+    uint32_t r;
+    if (s.words[1] == "start") {
+      const std::string &x = s.Find("xref")->value.text;
+      AsnOcts xref(x.data(), x.size());
+      r = dll_.monitorStart(0, s.words[2].c_str(), &xref);
+    } else if (s.words[1] == "stop") {
+      r = dll_.monitorStop(0, s.words[2].c_str());
+    } else {
+      r = dll_.monitorClear(0);
+    }
+    std::printf("  monitor %s: 0x%08X\n", s.words[1].c_str(), r);
+    if (r != 0) Failed("the monitor notification was not queued");
+  }
+
+  void SendRequest(const Step &s) {
+    const k3s::StructInfo *info = k3s::FindStructure(s.words[2]);
+    uint32_t size = s.Has("size") ? uint32_t(s.Find("size")->value.number) : info->defaultSize;
+    Request &r = NewRequest(s.words[1], info, size, false);
+    for (const k3s::Arg &a : s.args) {
+      if (a.key == "size") continue;
+      k3s::Field raw;
+      const k3s::Field *f = k3s::FindField(*info, a.key);
+      if (!f && k3s::ParseRawField(a.key, raw)) f = &raw;
+      SValue v;
+      std::string err;
+      if (!Resolve(a.value, v)) return;
+      if (!k3s::PutField(r.block.get(), k3s::kBlockRoom, *f, v, err)) return Failed(err);
+    }
+    ++requestsByType_[info->type];
+    std::printf("  TAPI -> DLL: request %s id %u, 0x%02X %s, size %u:%s\n", r.name.c_str(), r.requestId, info->type,
+                info->name, size, Fields(r).c_str());
+    uint32_t q = dll_.devSpecific(0, r.requestId, r.block.get(), size);
+    if (q != 0) {
+      std::printf("  not queued: 0x%08X %s\n", q, k3s::ResultName(q));
+      r.completed = true;
+      r.result = q;
+      ++completionsByResult_[q];
+      return;
+    }
+    // The worker thread either answers at once or hands a message to the PBX
+    // (or both, for the list query); wait for the first, then briefly for more.
+    const void *block = r.block.get();
+    bool sent = false;
+    WaitFor(
+        [&] {
+          std::lock_guard<std::mutex> l(g_lock);
+          for (const Happening &h : g_log)
+            if (h.kind == Happening::Sent && h.block == block) sent = true;
+          return r.completed || sent;
+        },
+        3000);
+    if (sent && !r.completed) Settle(60);
+  }
+
+  void Pbx(const Step &s) {
+    const std::string &what = s.words[1];
+    CSTAMsg out;
+    std::string err;
+    if (what == "invoke") {
+      uint32_t id = s.Has("invoke") ? uint32_t(s.Find("invoke")->value.number) : nextPbxInvoke_++;
+      if (!k3s::BuildInvocation(s, id, out, err)) return Failed(err);
+    } else if (s.Has("invoke")) {
+      // An answer under a given invoke id leaves the queue alone; its
+      // operation is that of the next queued message unless op= says it.
+      WaitFor([&] { return !pbx_.empty(); }, 200);
+      CSTAMsg none;
+      const CSTAMsg &like = !pbx_.empty() && pbx_.front().msg ? *pbx_.front().msg : none;
+      if (!k3s::BuildAnswer(s, like, out, err)) return Failed(err);
+    } else {
+      if (!WaitFor([&] { return !pbx_.empty(); }, 3000)) return Failed("nothing was sent to the PBX to answer");
+      Happening h = pbx_.front();
+      if (h.msg) lastTaken_ = k3s::FactsOf(*h.msg).invokeId;
+      // keep=1 answers and leaves the message for a later answer.
+      if (!(s.Has("keep") && s.Find("keep")->value.number)) pbx_.pop_front();
+      if (what == "silence" || what == "take") {
+        MessageLine(what == "take" ? "  PBX takes" : "  PBX stays silent on", h);
+        return;
+      }
+      if (!h.msg) return Failed("the message to answer could not be decoded");
+      if (!k3s::BuildAnswer(s, *h.msg, out, err)) return Failed(err);
+    }
+    CSTAMsg decoded;
+    std::vector<unsigned char> ber;
+    if (!k3s::RoundTrip(out, decoded, ber, err)) return Failed("the PBX's message: " + err);
+    Happening shown;
+    shown.msg = std::make_shared<CSTAMsg>(decoded);
+    MessageLine("  PBX -> DLL:", shown);
+    PrintMessage(decoded, ber);
+    ++fromPbx_;
+    int32_t r = dll_.fromVorta(0, &decoded);
+    if (r != 1) Failed("fn_vrt_CSTAfromVorta returned " + std::to_string(r));
+    Pump();
+  }
+
+  uint32_t Within(const Step &s, uint32_t dflt) const {
+    return s.Has("within") ? uint32_t(s.Find("within")->value.number) * 1000u : dflt;
+  }
+
+  void Expect(const Step &s) {
+    const std::string &what = s.words[1];
+    if (what == "nothing-sent") {
+      Settle(Within(s, 200));
+      if (pbx_.empty()) return std::printf("  ok\n"), Met();
+      return Failed(std::to_string(pbx_.size()) + " message(s) to the PBX were not expected");
+    }
+    if (what == "no-event") {
+      Settle(Within(s, 200));
+      if (events_.empty()) return std::printf("  ok\n"), Met();
+      return Failed(std::to_string(events_.size()) + " event(s) were not expected");
+    }
+    if (what == "sent") {
+      if (!WaitFor([&] { return !pbx_.empty(); }, Within(s, 2000))) return Failed("no message was sent to the PBX");
+      const Happening &h = pbx_.front();
+      if (!h.msg) return Failed("the message could not be decoded");
+      std::string err;
+      if (!k3s::CheckFacts(k3s::FactsOf(*h.msg), s, err)) return Failed("message to the PBX: " + err);
+      std::printf("  ok\n");
+      return Met();
+    }
+    if (what == "event") return ExpectEvent(s);
+    ExpectCompletion(s);
+  }
+
+  void ExpectEvent(const Step &s) {
+    uint16_t type = uint16_t(std::stoul(s.words[2], nullptr, 0));
+    if (!WaitFor([&] { return !events_.empty(); }, Within(s, 2000)))
+      return Failed("no event arrived, expected 0x" + k3s::HexOf(&type, 1));
+    EventSeen e = std::move(events_.front());
+    events_.pop_front();
+    if (e.type != type)
+      return Failed("event 0x" + k3s::HexOf(&e.type, 1) + " arrived, expected 0x" + k3s::HexOf(&type, 1));
+    std::vector<std::string> bad;
+    for (const k3s::Arg &a : s.args) {
+      if (a.key == "within") continue;
+      SValue v;
+      if (!Resolve(a.value, v)) return;
+      std::string err;
+      const k3s::Field *f = nullptr;
+      for (const k3s::Field &h : k3s::EventHeaderFields(type))
+        if (h.name == a.key) f = &h;
+      if (f) {
+        if (!k3s::FieldEquals(e.header, 12, *f, v, err)) bad.push_back(err);
+        continue;
+      }
+      for (const k3s::Field &r : e.plan.fields)
+        if (r.name == a.key) f = &r;
+      if (!f) {
+        bad.push_back(a.key + " is not a field of event 0x" + k3s::HexOf(&type, 1));
+        continue;
+      }
+      if (!e.fetched) {
+        bad.push_back("the record was not fetched, " + a.key + " unknown");
+        continue;
+      }
+      if (!k3s::FieldEquals(e.record.data(), k3s::kBlockRoom, *f, v, err)) bad.push_back("record " + err);
+    }
+    if (!bad.empty()) {
+      std::string all;
+      for (const std::string &b : bad) all += (all.empty() ? "" : "; ") + b;
+      return Failed("event 0x" + k3s::HexOf(&type, 1) + ": " + all);
+    }
+    std::printf("  ok\n");
+    Met();
+  }
+
+  void ExpectCompletion(const Step &s) {
+    auto it = requests_.find(s.words[1]);
+    if (it == requests_.end()) return Failed("no request " + s.words[1] + " in this file");
+    Request &r = *it->second;
+    if (s.words.size() == 3) {  // pending / none: no completion must come
+      Settle(Within(s, 300));
+      if (r.completed)
+        return Failed(r.name + " was completed with 0x" + Hex32(r.result) + " " + k3s::ResultName(r.result));
+    } else if (!WaitFor([&] { return r.completed; }, Within(s, 2000))) {
+      return Failed(r.name + " was not completed");
+    }
+    std::vector<std::string> bad;
+    for (const k3s::Arg &a : s.args) {
+      if (a.key == "within") continue;
+      SValue v;
+      if (!Resolve(a.value, v)) return;
+      if (a.key == "result") {
+        uint32_t want = 0;
+        k3s::ParseResult(v.kind == SValue::Number ? std::to_string(v.number) : v.text, want);
+        if (want != r.result)
+          bad.push_back("result is 0x" + Hex32(r.result) + " " + k3s::ResultName(r.result) + ", expected 0x" +
+                        Hex32(want) + " " + k3s::ResultName(want));
+        continue;
+      }
+      k3s::Field raw;
+      const k3s::Field *f = k3s::FindField(*r.info, a.key);
+      if (!f && k3s::ParseRawField(a.key, raw)) f = &raw;
+      std::string err;
+      if (!k3s::FieldEquals(r.block.get(), k3s::kBlockRoom, *f, v, err)) bad.push_back(err);
+    }
+    if (!bad.empty()) {
+      std::string all;
+      for (const std::string &b : bad) all += (all.empty() ? "" : "; ") + b;
+      return Failed(r.name + ": " + all);
+    }
+    std::printf("  ok\n");
+    Met();
+  }
+
+  static std::string Hex32(uint32_t v) {
+    char b[12];
+    std::snprintf(b, sizeof b, "%08X", v);
+    return b;
+  }
+
+  Dll &dll_;
+  bool ber_;
+  bool fetch_ = true;
+  std::string file_, where_;
+  size_t seen_ = 0;                 // log entries handled
+  std::deque<Happening> pbx_;       // messages to the PBX not yet answered
+  std::deque<EventSeen> events_;    // events not yet checked
+  std::map<std::string, std::unique_ptr<Request>> requests_;
+  std::vector<std::map<std::string, std::unique_ptr<Request>>> retired_;  // buffers of closed lines
+  std::map<uint32_t, Request *> byId_;
+  uint32_t nextRequestId_ = 1;
+  uint32_t nextPbxInvoke_ = 1;
+  uint32_t lastSeq_ = 0;
+  int64_t lastTaken_ = 0;  // invoke id of the message the PBX took last
+  uint32_t met_ = 0, failed_ = 0, fromPbx_ = 0;
+  std::vector<std::string> failures_;
+  std::map<uint16_t, uint32_t> requestsByType_;
+  std::map<uint32_t, uint32_t> completionsByResult_;
+  std::map<uint16_t, uint32_t> eventsByType_;
+  std::map<std::string, uint32_t> sentByOp_;
+};
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  bool ber = false, withTimeout = false;
+  const char *dllPath = "Kestrel3.dll";
+  std::vector<std::string> files;
+  for (int i = 1; i < argc; ++i) {
+    std::string a = argv[i];
+    if (a == "--ber") ber = true;
+    else if (a == "--with-timeout") withTimeout = true;
+    else if (a == "--dll" && i + 1 < argc) dllPath = argv[++i];
+    else if (a.size() > 1 && a[0] == '-') {
+      std::fprintf(stderr, "usage: k3-scenario [--ber] [--with-timeout] [--dll PATH] FILE...\n");
+      return 2;
+    } else files.push_back(a);
+  }
+  if (files.empty()) {
+    std::fprintf(stderr, "usage: k3-scenario [--ber] [--with-timeout] [--dll PATH] FILE...\n");
+    return 2;
+  }
+  std::setvbuf(stdout, nullptr, _IOLBF, 1 << 16);
+
+  // Every file is read and checked before anything runs.
+  std::vector<std::pair<std::string, std::vector<Step>>> scenarios;
+  std::vector<std::string> errors;
+  for (const std::string &f : files) {
+    std::ifstream in(f);
+    if (!in) {
+      errors.push_back(f + ":0: cannot open the file");
+      continue;
+    }
+    std::vector<Step> steps;
+    k3s::ParseScenario(in, f, steps, errors);
+    bool needsTimeout = false;
+    for (const Step &s : steps)
+      if (s.words[0] == "requires") needsTimeout = true;
+    if (needsTimeout && !withTimeout) {
+      std::printf("skipping %s: it waits for the 90 s request time-out (run with --with-timeout)\n", f.c_str());
+      continue;
+    }
+    scenarios.emplace_back(f, std::move(steps));
+  }
+  if (!errors.empty()) {
+    for (const std::string &e : errors) std::fprintf(stderr, "%s\n", e.c_str());
+    return 2;
+  }
+
+  Dll dll;
+  if (!dll.Load(dllPath)) return 2;
+  char version[64] = {0};
+  dll.lib2(version);
+  std::printf("Kestrel3.dll loaded from %s, message model \"%s\"\n", dllPath, version);
+  int status;
+  {
+    Runner runner(dll, ber);
+    for (auto &sc : scenarios) runner.RunFile(sc.first, sc.second);
+    status = runner.Summary();
+  }
+  std::fflush(stdout);
+  FreeLibrary(dll.h);
+  return status;
+}
