@@ -6,7 +6,7 @@
 #include "bridge/convert_util.h"
 #include "bridge/events.h"
 #include "kestrel3.h"
-#include "kestrel3_devspecific.h"
+#include "kestrel3_structures.h"
 #include "link/request.h"
 
 namespace k3 {

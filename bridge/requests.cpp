@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "kestrel3_devspecific.h"
+#include "kestrel3_structures.h"
 #include "link/engine.h"
 #include "link/request.h"
 

@@ -29,7 +29,7 @@
 #include "csta3_model.h"
 #include "host/scenario.h"
 #include "kestrel3.h"
-#include "kestrel3_devspecific.h"
+#include "kestrel3_structures.h"
 
 using namespace CSTA3V6;
 using k3s::Step;

@@ -11,7 +11,7 @@
 
 #include "csta3_model.h"
 #include "kestrel3.h"
-#include "kestrel3_devspecific.h"
+#include "kestrel3_structures.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
  * The buffer belongs to the caller and must stay valid and writable until the
  * request is completed through the reply callback: answers are written into it.
  */
-#ifndef KESTREL3_DEVSPECIFIC_H
-#define KESTREL3_DEVSPECIFIC_H
+#ifndef KESTREL3_STRUCTURES_H
+#define KESTREL3_STRUCTURES_H
 
 #include <stdint.h>
 
