@@ -1,0 +1,42 @@
+// Loads Kestrel3.dll as a TSP does and resolves the exports the soak and speed
+// programs use.
+#ifndef K3_SOAK_K3_DLL_H
+#define K3_SOAK_K3_DLL_H
+
+#include <windows.h>
+
+#include <cstdio>
+
+#include "kestrel3.h"
+
+struct K3Dll {
+  HMODULE h = nullptr;
+  PFN_fn_vrt_lineOpenAndSelectExtVersion lineOpen = nullptr;
+  PFN_fn_vrt_lineDevSpecific devSpecific = nullptr;
+  PFN_fn_vrt_CSTAfromVorta fromVorta = nullptr;
+
+  bool Load(const char *path) {
+    h = LoadLibraryA(path);
+    if (!h) {
+      std::fprintf(stderr, "cannot load %s (error %lu)\n", path, GetLastError());
+      return false;
+    }
+    lineOpen = reinterpret_cast<PFN_fn_vrt_lineOpenAndSelectExtVersion>(
+        reinterpret_cast<void *>(GetProcAddress(h, "fn_vrt_lineOpenAndSelectExtVersion")));
+    devSpecific = reinterpret_cast<PFN_fn_vrt_lineDevSpecific>(
+        reinterpret_cast<void *>(GetProcAddress(h, "fn_vrt_lineDevSpecific")));
+    fromVorta = reinterpret_cast<PFN_fn_vrt_CSTAfromVorta>(
+        reinterpret_cast<void *>(GetProcAddress(h, "fn_vrt_CSTAfromVorta")));
+    if (!lineOpen || !devSpecific || !fromVorta) {
+      std::fprintf(stderr, "%s lacks an export\n", path);
+      return false;
+    }
+    return true;
+  }
+  void Unload() {
+    if (h) FreeLibrary(h);
+    h = nullptr;
+  }
+};
+
+#endif
