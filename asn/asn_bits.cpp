@@ -77,10 +77,7 @@ AsnLen AsnBits::BEncContent(AsnBuf &b) const {
 }
 
 AsnLen AsnBits::BEnc(AsnBuf &b) const {
-  AsnLen l = BEncContent(b);
-  l += BEncDefLen(b, l);
-  b.PutByteRvs(0x03);
-  return l + 1;
+  return BEncLenAndTag(b, BEncContent(b), 0x03);
 }
 
 void AsnBits::BDec(AsnBuf &b, AsnLen &bytesDecoded) {

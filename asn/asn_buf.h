@@ -99,6 +99,13 @@ class AsnBuf {
 AsnTag BDecTag(AsnBuf &b, AsnLen &bytesDecoded);  // -22
 AsnLen BDecLen(AsnBuf &b, AsnLen &bytesDecoded);  // -9, -10, -11
 AsnLen BEncDefLen(AsnBuf &b, AsnLen len);         // 1..5 octets
+// Finishes a primitive class's encoding: after contentLen content octets, the
+// definite length and the one-octet universal tag; returns the whole count.
+inline AsnLen BEncLenAndTag(AsnBuf &b, AsnLen contentLen, unsigned char tagOctet) {
+  AsnLen l = contentLen + BEncDefLen(b, contentLen);
+  b.PutByteRvs(tagOctet);
+  return l + 1;
+}
 AsnLen BEncEoc(AsnBuf &b);                        // 2
 void BDecEoc(AsnBuf &b, AsnLen &bytesDecoded);    // -12
 // Writes a tag: one octet when code < 31, the long form otherwise.

@@ -19,10 +19,7 @@ AsnLen AsnInt::BEncContent(AsnBuf &b) const {
 }
 
 AsnLen AsnInt::BEnc(AsnBuf &b) const {
-  AsnLen l = BEncContent(b);
-  l += BEncDefLen(b, l);
-  b.PutByteRvs(0x02);
-  return l + 1;
+  return BEncLenAndTag(b, BEncContent(b), 0x02);
 }
 
 void AsnInt::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
@@ -51,10 +48,7 @@ void AsnInt::Print(AsnPrintStream &os) const {
 }
 
 AsnLen AsnEnum::BEnc(AsnBuf &b) const {
-  AsnLen l = BEncContent(b);
-  l += BEncDefLen(b, l);
-  b.PutByteRvs(0x0A);
-  return l + 1;
+  return BEncLenAndTag(b, BEncContent(b), 0x0A);
 }
 
 void AsnEnum::BDec(AsnBuf &b, AsnLen &bytesDecoded) {

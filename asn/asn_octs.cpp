@@ -55,10 +55,7 @@ AsnLen AsnOcts::BEncContent(AsnBuf &b) const {
 }
 
 AsnLen AsnOcts::BEnc(AsnBuf &b) const {
-  AsnLen l = BEncContent(b);
-  l += BEncDefLen(b, l);
-  b.PutByteRvs(0x04);
-  return l + 1;
+  return BEncLenAndTag(b, BEncContent(b), 0x04);
 }
 
 void AsnOcts::BDec(AsnBuf &b, AsnLen &bytesDecoded) {

@@ -107,10 +107,7 @@ AsnLen AsnOid::BEncContent(AsnBuf &b) const {
 }
 
 AsnLen AsnOid::BEnc(AsnBuf &b) const {
-  AsnLen l = BEncContent(b);
-  l += BEncDefLen(b, l);
-  b.PutByteRvs(0x06);
-  return l + 1;
+  return BEncLenAndTag(b, BEncContent(b), 0x06);
 }
 
 void AsnOid::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
