@@ -17,8 +17,9 @@ AsnOcts &AsnOcts::operator=(const AsnOcts &o) {
   if (this == &o) return *this;
   char *fresh = nullptr;
   if (o.octs) {
-    fresh = new char[size_t(o.octetLen)];
+    fresh = new char[size_t(o.octetLen) + 1];
     if (o.octetLen) std::memcpy(fresh, o.octs, size_t(o.octetLen));
+    fresh[o.octetLen] = 0;
   }
   delete[] octs;
   octs = fresh;
@@ -29,14 +30,12 @@ AsnOcts &AsnOcts::operator=(const AsnOcts &o) {
 AsnOcts::~AsnOcts() { delete[] octs; }
 
 void AsnOcts::Set(const char *p, size_t n, bool addTerminator) {
-  if (!p) {
-    n = 0;
-    addTerminator = false;
-  }
+  (void)addTerminator;
+  if (!p) n = 0;
   // The new array is filled before the old one goes, so p may point into it.
-  char *fresh = new char[n + (addTerminator ? 1 : 0)];
+  char *fresh = new char[n + 1];
   if (n) std::memmove(fresh, p, n);
-  if (addTerminator) fresh[n] = 0;
+  fresh[n] = 0;
   delete[] octs;
   octs = fresh;
   octetLen = n;
@@ -69,8 +68,9 @@ void AsnOcts::BDecContent(AsnBuf &b, AsnTag tagId, AsnLen len, AsnLen &bytesDeco
   if (TagIsConstructed(tagId)) {
     AsnCollectFragments(b, len, bytesDecoded, false);
     const AsnFragStack &fs = AsnThreadFragStack();
-    char *fresh = new char[size_t(fs.totalLen)];
+    char *fresh = new char[size_t(fs.totalLen) + 1];
     fs.CopyTo(reinterpret_cast<unsigned char *>(fresh));
+    fresh[fs.totalLen] = 0;
     delete[] octs;
     octs = fresh;
     octetLen = fs.totalLen;

@@ -22,15 +22,15 @@ class AsnOcts : public AsnType {
   AsnOcts &operator=(const AsnOcts &o);
   ~AsnOcts() override;
 
-  // Replaces the content with n octets from p. With addTerminator one more
-  // octet is allocated and set to zero (not counted in the length). A null p
-  // gives an empty value.
+  // Replaces the content with n octets from p, followed by a zero octet that
+  // is not counted in the length (addTerminator is kept for the callers that
+  // name it; the zero is always there). A null p gives an empty value.
   void Set(const char *p, size_t n, bool addTerminator = false);
   void Set(const char *cstr);
 
   size_t Len() const { return size_t(octetLen); }
-  // The octets. NUL-terminated only after a primitive decode or a Set with
-  // addTerminator; use Len() (or Str()) otherwise.
+  // The octets, always followed by a zero octet when not null (decoded, set or
+  // copied alike), so a text reads as a C string; Len() counts the octets.
   const char *Octs() const { return octs; }
   std::string Str() const { return octs ? std::string(octs, size_t(octetLen)) : std::string(); }
 

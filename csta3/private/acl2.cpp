@@ -11,6 +11,7 @@
 namespace CSTA3V6 {
 
 using privprint::CodeName;
+using privoctets::DropLast;
 using privoctets::PutOcts;
 using privoctets::SetOcts;
 
@@ -372,10 +373,12 @@ void AMHOST::DecodeOctets(const unsigned char *p, size_t n) {
     pos = 8;
   }
   while (n - pos >= 2) {
-    AMHOST_Element e;
-    size_t used = e.DecodeOctets(p + pos, n - pos);
-    if (used == 0) break;
-    *elements.Append() = e;
+    // Parsed in place: the texts keep the terminator they were stored with.
+    size_t used = elements.Append()->DecodeOctets(p + pos, n - pos);
+    if (used == 0) {
+      DropLast(elements);
+      break;
+    }
     pos += used;
   }
 }
@@ -457,10 +460,12 @@ void MR::DecodeOctets(const unsigned char *p, size_t n) {
   messageType = p[0];
   size_t pos = 1;
   while (n - pos >= 2) {
-    MR_Element e;
-    size_t used = e.DecodeOctets(p + pos, n - pos);
-    if (used == 0) break;
-    *elements.Append() = e;
+    // Parsed in place: the texts keep the terminator they were stored with.
+    size_t used = elements.Append()->DecodeOctets(p + pos, n - pos);
+    if (used == 0) {
+      DropLast(elements);
+      break;
+    }
     pos += used;
   }
 }

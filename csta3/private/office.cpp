@@ -8,6 +8,7 @@
 namespace CSTA3V6 {
 
 using privprint::CodeName;
+using privoctets::DropLast;
 using privoctets::PutOcts;
 using privoctets::SetOcts;
 
@@ -47,6 +48,20 @@ void EncodeCounted(OctetVec &out, unsigned char ident, const AsnOcts &o) {
   size_t len = std::min<size_t>(o.octetLen, 255);
   out.insert(out.end(), {ident, static_cast<unsigned char>(len)});
   PutOcts(out, o, len);
+}
+
+// Identifier, total length L, a, a octets of the first part, L-3-a octets of
+// the second: the layout of 231 and 239. The decoder wants at least minimum
+// octets, so a shorter element is filled up with zeros in its second part.
+void EncodeTwoParts(OctetVec &out, unsigned char ident, const AsnOcts &first, const AsnOcts &second,
+                    size_t minimum) {
+  size_t a = std::min<size_t>(first.octetLen, 252);
+  size_t b = std::min<size_t>(second.octetLen, 252 - a);
+  size_t len = std::max<size_t>(3 + a + b, minimum);
+  out.insert(out.end(), {ident, static_cast<unsigned char>(len), static_cast<unsigned char>(a)});
+  PutOcts(out, first, a);
+  PutOcts(out, second, b);
+  out.insert(out.end(), len - (3 + a + b), 0);
 }
 
 const CodeName kTdsCseNames[] = {{0, " (Not Enough Digits)"},       {1, " (Destination Blocked)"},
@@ -171,7 +186,7 @@ void OfficePrivateDataElement::Clear() {
       break;
   }
   value = nullptr;
-  choiceId = noneCid;
+  choiceId = 0;
 }
 
 #define K3_X(id, T, m, name, ident)              \
@@ -405,22 +420,12 @@ void OfficePrivateDataElement::EncodeOctets(OctetVec &out) const {
       out.insert(out.end(), body.begin(), body.end());
       break;
     }
-    case callLinkageCid: {
-      size_t g = std::min<size_t>(callLinkage->gid.value.octetLen, 252);
-      size_t t = std::min<size_t>(callLinkage->tid.value.octetLen, 252 - g);
-      out.insert(out.end(), {ident, static_cast<unsigned char>(3 + g + t), static_cast<unsigned char>(g)});
-      PutOcts(out, callLinkage->gid.value, g);
-      PutOcts(out, callLinkage->tid.value, t);
+    case callLinkageCid:
+      EncodeTwoParts(out, ident, callLinkage->gid.value, callLinkage->tid.value, 5);
       break;
-    }
-    case partnerConnectionCid: {
-      size_t c = std::min<size_t>(partnerConnection->callID.octetLen, 252);
-      size_t d = std::min<size_t>(partnerConnection->deviceID.octetLen, 252 - c);
-      out.insert(out.end(), {ident, static_cast<unsigned char>(3 + c + d), static_cast<unsigned char>(c)});
-      PutOcts(out, partnerConnection->callID, c);
-      PutOcts(out, partnerConnection->deviceID, d);
+    case partnerConnectionCid:
+      EncodeTwoParts(out, ident, partnerConnection->callID, partnerConnection->deviceID, 4);
       break;
-    }
     case deviceIndicationCid: out.insert(out.end(), {ident, 3, OctetFromBits(deviceIndication->bits)}); break;
     case sdConnectionIDCid:
       out.insert(out.end(), {ident, 6, Octet(sdConnectionID->callID, 0), Octet(sdConnectionID->callID, 1),
@@ -434,8 +439,10 @@ void OfficePrivateDataElement::EncodeOctets(OctetVec &out) const {
                              Octet(buttonInformation->info, 2), 0, 0, 0});
       break;
     case buttonInformationResultCid:
-      out.insert(out.end(),
-                 {ident, 4, Low(buttonInformationResult->value), Octet(buttonInformationResult->octet, 0)});
+      // The octet only when there is one: the decoder reads it from octet 3.
+      out.insert(out.end(), {ident, static_cast<unsigned char>(buttonInformationResult->octet.octetLen ? 4 : 3),
+                             Low(buttonInformationResult->value)});
+      if (buttonInformationResult->octet.octetLen) out.push_back(Octet(buttonInformationResult->octet, 0));
       break;
     case callQLenCid: out.insert(out.end(), {ident, 4, Low(*callQLen), 0}); break;
     default: break;
@@ -471,10 +478,12 @@ OfficePrivateDataElement *OfficePrivateData::Find(uint32_t cid) {
 size_t OfficePrivateData::DecodeOctets(const unsigned char *p, size_t n) {
   size_t pos = 0, added = 0;
   while (pos < n) {
-    OfficePrivateDataElement e;
-    size_t used = e.DecodeOctets(p + pos, n - pos);
-    if (used == 0) break;
-    *Append() = e;
+    // Parsed in place: the texts keep the terminator they were stored with.
+    size_t used = Append()->DecodeOctets(p + pos, n - pos);
+    if (used == 0) {
+      DropLast(*this);
+      break;
+    }
     ++added;
     pos += used;
   }

@@ -98,7 +98,9 @@ class CAclTid : public AsnType {
   void Print(AsnPrintStream &os) const override;
 };
 
-// Identifier 231: 231, total length L, g, g octets of GID, then L-3-g octets of TID.
+// Identifier 231: 231, total length L, g, g octets of GID, then L-3-g octets of
+// TID. The element takes at least five octets: a shorter GID and TID go out
+// with the TID padded with zeros.
 class CPrivCallLinkage : public AsnType {
  public:
   CAclGid gid;
@@ -145,7 +147,8 @@ class PrivButtonInformationResult : public AsnType {
 };
 
 // Identifier 239: 239, total length L, c, c octets of call identifier, then L-3-c
-// octets of device.
+// octets of device. The element takes at least four octets: an empty call
+// identifier and device go out as one zero octet of device.
 class PrivPartnerConnection : public AsnType {
  public:
   AsnOcts callID;
@@ -186,9 +189,9 @@ class OfficePrivateDataElement : public AsnType {
 #define K3_X(id, T, m, name, ident) m##Cid = id,
     K3_OFFICE_ALTERNATIVES(K3_X)
 #undef K3_X
-    noneCid = 0xFFFFFFFFu
   };
-  uint32_t choiceId = noneCid;  // noneCid: no alternative present
+  // An empty element has choiceId 0 and no alternative (value null).
+  uint32_t choiceId = 0;
   union {
 #define K3_X(id, T, m, name, ident) T *m;
     K3_OFFICE_ALTERNATIVES(K3_X)
@@ -201,7 +204,7 @@ class OfficePrivateDataElement : public AsnType {
   OfficePrivateDataElement &operator=(const OfficePrivateDataElement &o);
   ~OfficePrivateDataElement() override;
 
-  bool Present() const { return choiceId != noneCid && value != nullptr; }
+  bool Present() const { return value != nullptr; }
   void Clear();
 
   // Builders: drop the current alternative, create the given one and return it.

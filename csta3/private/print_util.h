@@ -22,6 +22,21 @@ inline void PutOcts(std::vector<unsigned char> &out, const AsnOcts &o, size_t ma
                     reinterpret_cast<const unsigned char *>(o.octs) + n);
 }
 
+// Unlinks and frees the last element of a list (the one a parser appended
+// and then found it could not fill).
+template <class T>
+void DropLast(AsnList<T> &list) {
+  auto *node = list.last;
+  if (!node) return;
+  list.last = node->prev;
+  if (list.last)
+    list.last->next = nullptr;
+  else
+    list.first = nullptr;
+  --list.count;
+  delete node;
+}
+
 }  // namespace privoctets
 
 namespace privprint {

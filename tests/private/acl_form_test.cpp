@@ -324,3 +324,21 @@ TEST(Acl2, CopyIsDeep) {
   EXPECT_EQ(c.maint, nullptr);
   EXPECT_EQ(OctetsOf(c), OctetsOf(b));
 }
+
+// Texts of kinds 2 and 4 read as C strings in the parsed list and in every
+// copy of it (AddressSanitizer watches the byte after the data).
+TEST(Amhost, ElementTextsStayTerminatedInEveryCopy) {
+  const Bytes in = B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x06, 0x02, 0x00, 0x00, 0x02, 0x00, 0xD3, 0x04, '4',
+                      '7', '1', '1', 0xA3, 0x07, 0x03, 'G', 'r', 'p', 0x00});
+  ACL2 acl;
+  acl.DecodeOctets(in.data(), in.size());
+  ASSERT_NE(acl.amhost, nullptr);
+  ACL2 copy(acl);
+  AMHOST assigned;
+  assigned = *acl.amhost;
+  for (const AMHOST *a : {acl.amhost, copy.amhost, &assigned}) {
+    ASSERT_NE(a->Find(211), nullptr);
+    EXPECT_STREQ(a->Find(211)->Text(), "4711");
+    EXPECT_STREQ(a->Find(163)->Text(), "Grp");
+  }
+}

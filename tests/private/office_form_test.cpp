@@ -62,7 +62,16 @@ TEST(OfficeElement, EveryIdentifierAtMinimumAndOneShort) {
     OfficePrivateDataElement s;
     EXPECT_EQ(Parse(shorter, s), 0u);
     EXPECT_FALSE(s.Present());
+    EXPECT_EQ(s.choiceId, 0u);  // an empty CHOICE: choiceId 0, no alternative
+    EXPECT_EQ(s.value, nullptr);
   }
+  OfficePrivateDataElement fresh;
+  EXPECT_EQ(fresh.choiceId, 0u);
+  EXPECT_FALSE(fresh.Present());
+  OfficePrivateData none;
+  none.Append();  // an empty element writes nothing and is not found as alternative 0
+  EXPECT_EQ(none.Find(OfficePrivateDataElement::agentIDCid), nullptr);
+  EXPECT_EQ(OctetsOf(none), Bytes());
 
   OfficePrivateDataElement e;
   EXPECT_EQ(Parse(B({0x01, 0x02, 0x03}), e), 0u);  // unknown identifier
@@ -166,7 +175,7 @@ TEST(OfficeList, BuiltElementsWriteAndReadBack) {
   Bytes out = OctetsOf(list);
   Bytes expected = Cat({B({224, 5, 6, 0, 255}), B({211, 4, '4', '7', '1', '1'}), B({232, 3, 1}), B({238, 4, 3, 0}),
                         B({228, 12, 1, 1, 1, 30, 4, 'a', 'c', 'c', 't', 0}), B({176, 24, 162, 5, 6}),
-                        Bytes(19, 0), B({236, 8, 1, 2, 3, 0, 0, 0}), B({237, 4, 7, 0})});
+                        Bytes(19, 0), B({236, 8, 1, 2, 3, 0, 0, 0}), B({237, 3, 7})});
   EXPECT_EQ(out, expected);
 
   OfficePrivateData back;
@@ -190,4 +199,89 @@ TEST(OfficeList, BuiltElementsWriteAndReadBack) {
   OfficePrivateData copy(back);
   back.RemoveAll();
   EXPECT_EQ(OctetsOf(copy), out);
+}
+
+// Every identifier read, written and read again: what the writer produces is
+// what the reader takes, whole, as the same element; writing that again gives
+// the same octets. Where the writer must fill an element up to the reader's
+// minimum (231, 239), the filling is zeros in the last part.
+TEST(OfficeElement, EveryIdentifierWritesWhatItReads) {
+  struct Case {
+    Bytes in;
+    Bytes out;  // the element as written back
+  };
+  Bytes status(24, 0);
+  status[0] = 176, status[1] = 24, status[2] = 163, status[23] = 9;
+  const Case cases[] = {
+      {B({0, 2, 'A', 'B'}), B({0, 2, 'A', 'B'})},
+      {B({5, 1, '7'}), B({5, 1, '7'})},
+      {B({9, 3, 7}), B({9, 3, 7})},
+      {B({175, 4, 0xEE, 163}), B({175, 4, 0, 163})},  // octet 2 is not read
+      {status, status},
+      {B({181, 3, 2}), B({181, 3, 1})},
+      {B({201, 3, 0x81}), B({201, 3, 0x81})},
+      {B({211, 3, '1', '0', '1'}), B({211, 3, '1', '0', '1'})},
+      {B({220, 1, 'M'}), B({220, 1, 'M'})},
+      {B({221, 1, 'P'}), B({221, 1, 'P'})},
+      {B({224, 5, 6, 1, 255}), B({224, 5, 6, 1, 255})},
+      {B({225, 4, 1, 2}), B({225, 4, 1, 2})},
+      {B({228, 10, 1, 5, 1, 6, 1, 'a', 1, 'b'}), B({228, 10, 1, 5, 1, 6, 1, 'a', 1, 'b'})},
+      {B({229, 2, '4', '2'}), B({229, 2, '4', '2'})},
+      {B({230, 1, 'T'}), B({230, 1, 'T'})},
+      {B({231, 6, 1, 0xAA, 0xBB, 0xCC}), B({231, 6, 1, 0xAA, 0xBB, 0xCC})},
+      {B({231, 4, 0, 0, 0x7E}), B({231, 5, 0, 0, 0})},  // four octets of element: filled up to five
+      {B({232, 3, 0x41}), B({232, 3, 0x41})},
+      {B({233, 6, 1, 2, 3, 4}), B({233, 6, 1, 2, 3, 4})},
+      {B({235, 3, 1}), B({235, 3, 1})},
+      {B({236, 8, 1, 2, 3, 0, 0, 0}), B({236, 8, 1, 2, 3, 0, 0, 0})},
+      {B({237, 4, 7, 0x41}), B({237, 4, 7, 0x41})},
+      {B({237, 1}), B({237, 3, 0})},
+      {B({238, 4, 9, 0}), B({238, 4, 9, 0})},
+      {B({239, 6, 1, 0xAA, '2', '0'}), B({239, 6, 1, 0xAA, '2', '0'})},
+      {B({239, 3, 0, 0x7E}), B({239, 4, 0, 0})},  // three octets of element: filled up to four
+  };
+  for (const Case &c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.in));
+    OfficePrivateDataElement first;
+    ASSERT_GT(Parse(c.in, first), 0u);
+    Bytes out = OctetsOf(first);
+    EXPECT_EQ(out, c.out);
+    OfficePrivateDataElement again;
+    EXPECT_EQ(Parse(out, again), out.size());
+    EXPECT_EQ(again.choiceId, first.choiceId);
+    EXPECT_EQ(OctetsOf(again), out);
+    // A list holding the element keeps its office form when read back.
+    PrivateDataChoiceSeq seq;
+    seq.SetRaw(out.data(), out.size());
+    seq.DecodeData();
+    ASSERT_NE(seq.Office(), nullptr);
+    EXPECT_NE(seq.Office()->Find(first.choiceId), nullptr);
+  }
+}
+
+// The length-prefixed texts keep their terminating zero in the list and in
+// every copy of it, so they read as C strings (AddressSanitizer watches the
+// byte after the data).
+TEST(OfficeList, TextsStayTerminatedInEveryCopy) {
+  Bytes in = B({0, 2, 'A', 'G', 5, 1, '9', 211, 3, '1', '0', '1', 220, 1, 'M', 221, 1, 'P', 229, 2, '4', '2', 230,
+                1, 'T', 228, 10, 1, 5, 1, 6, 1, 'a', 1, 'b'});
+  PrivateDataChoiceSeq seq;
+  seq.SetRaw(in.data(), in.size());
+  seq.DecodeData();
+  ASSERT_NE(seq.Office(), nullptr);
+  ASSERT_EQ(seq.Office()->Count(), 8u);
+  PrivateDataChoiceSeq copy(seq);
+  for (const PrivateDataChoiceSeq *s : {&seq, &copy}) {
+    const OfficePrivateData &l = *s->Office();
+    using E = OfficePrivateDataElement;
+    EXPECT_STREQ(l.Find(E::agentIDCid)->agentID->octs, "AG");
+    EXPECT_STREQ(l.Find(E::parkPositionCid)->parkPosition->octs, "9");
+    EXPECT_STREQ(l.Find(E::deviceIDCid)->deviceID->octs, "101");
+    EXPECT_STREQ(l.Find(E::newMasterDeviceIDCid)->newMasterDeviceID->octs, "M");
+    EXPECT_STREQ(l.Find(E::partnerDeviceIDCid)->partnerDeviceID->octs, "P");
+    EXPECT_STREQ(l.Find(E::involvedGroupCid)->involvedGroup->group.octs, "42");
+    EXPECT_STREQ(l.Find(E::trunkInterfaceCid)->trunkInterface->octs, "T");
+    EXPECT_STREQ(l.Find(E::cdrExtensionsCid)->cdrExtensions->firstText.octs, "a");
+    EXPECT_STREQ(l.Find(E::cdrExtensionsCid)->cdrExtensions->secondText.octs, "b");
+  }
 }
