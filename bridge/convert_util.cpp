@@ -8,17 +8,12 @@ namespace k3 {
 
 using namespace CSTA3V6;
 
-void OutBytes::Text(size_t at, const char *s, size_t n) const {
+void OutBytes::Field(size_t at, size_t width, const char *s, size_t n) const {
   if (at >= size) return;
-  size_t room = size - at - 1;
+  size_t room = width < size - at ? width : size - at;
   size_t m = n < room ? n : room;
   if (m) std::memcpy(p + at, s, m);
-  p[at + m] = 0;
-}
-
-void OutBytes::Field(size_t at, size_t width, const char *s, size_t n) const {
-  if (width == 0) return;
-  Text(at, s, n < width - 1 ? n : width - 1);
+  if (m < room) p[at + m] = 0;
 }
 
 std::string CText(const AsnOcts &o) {
@@ -64,6 +59,34 @@ const OfficePrivateDataElement *OfficeElement(const CSTACommonArguments *extensi
   if (!office) return nullptr;
   const OfficePrivateDataElement *e = office->Find(choiceId);
   return e && e->Present() ? e : nullptr;
+}
+
+namespace {
+
+void WriteItem(CSTAPrivateData *data) {
+  if (data && data->choiceId == CSTAPrivateData::privateCid && data->private_ &&
+      data->private_->choiceId == PrivateDataChoice::comPrivateDataCid && data->private_->comPrivateData)
+    data->private_->comPrivateData->SyncOctets();
+}
+
+void WriteItems(CSTACommonArguments *extensions) {
+  if (!extensions || !extensions->privateData) return;
+  for (auto *node = extensions->privateData->first; node; node = node->next) WriteItem(&node->elmt);
+}
+
+}  // namespace
+
+void WritePrivateOctets(CSTAMsg &msg) {
+  if (msg.choiceId != CSTAMsg::rOSECid || !msg.rOSE || !msg.rOSE->alternative) return;
+  ROSEapdus &r = *msg.rOSE;
+  if (r.choiceId == ROSEapdus::roiv_apduCid) {
+    AsnType *arg = r.roiv_apdu->argument;
+    if (auto *escape = dynamic_cast<EscapeArgument *>(arg)) WriteItem(escape->privateData);
+    if (auto *send = dynamic_cast<SendDataArgument *>(arg)) WriteItems(send->extensions);
+  } else if (r.choiceId == ROSEapdus::rors_apduCid && r.rors_apdu->result) {
+    auto *escape = dynamic_cast<EscapeResult *>(r.rors_apdu->result->result);
+    if (escape && escape->choiceId == EscapeResult::extensionsCid) WriteItems(escape->extensions);
+  }
 }
 
 }  // namespace k3

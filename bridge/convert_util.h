@@ -28,11 +28,13 @@ struct OutBytes {
   void U32(size_t at, uint32_t v) const {
     for (size_t i = 0; i < 4; ++i) Byte(at + i, uint8_t(v >> (8 * i)));
   }
-  // n octets and a terminating NUL at `at`; octets past the end are dropped,
-  // and when the text is cut the last byte inside stays a NUL.
-  void Text(size_t at, const char *s, size_t n) const;
-  // The same, cut to a field of width bytes (at most width - 1 characters).
+  // A text of n octets in a field of width bytes at `at` (the field ends
+  // early where the range ends): as many octets as the field holds, then a
+  // terminating NUL when there is room for it. A text that fills its field
+  // keeps all its characters and goes without the terminator.
   void Field(size_t at, size_t width, const char *s, size_t n) const;
+  // The same in a field that runs to the end of the range.
+  void Text(size_t at, const char *s, size_t n) const { Field(at, size, s, n); }
   void Field(size_t at, size_t width, const std::string &s) const { Field(at, width, s.data(), s.size()); }
 };
 
@@ -56,6 +58,11 @@ inline uint16_t WidenYear(uint8_t year) {
 // in office form); null when any of that is missing.
 const CSTA3V6::OfficePrivateDataElement *OfficeElement(const CSTA3V6::CSTACommonArguments *extensions,
                                                        uint32_t choiceId);
+
+// Writes the typed private content of a message the library built (escape
+// argument or result, send-data argument) into its pnPrivateData octets, which
+// is what the host reads and encodes. Called once the content is filled.
+void WritePrivateOctets(CSTA3V6::CSTAMsg &msg);
 
 }  // namespace k3
 

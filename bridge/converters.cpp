@@ -17,9 +17,12 @@ namespace {
 
 OutBytes Reply(const PendingRequest &r) { return OutBytes{r.block, r.block ? r.size : 0}; }
 
-// Writes the octets of an element (kinds 2 and 4) as a NUL-terminated text.
-void PutElementText(const OutBytes &out, size_t at, const AMHOST_Element *e) {
-  if (e) out.Text(at, e->octsValue.Octs(), e->octsValue.Len());
+// The agent identifier field of 0x82 (and 0x83): four bytes at 15.
+constexpr size_t kAgentIdWidth = 4;
+
+// Writes the octets of an element (kinds 2 and 4) as the text of a field.
+void PutElementText(const OutBytes &out, size_t at, size_t width, const AMHOST_Element *e) {
+  if (e) out.Field(at, width, e->octsValue.Octs(), e->octsValue.Len());
 }
 
 }  // namespace
@@ -44,14 +47,14 @@ void ConvertAmhostResult(uint32_t, const PendingRequest &request, const PrivateD
       break;
     }
     case DS_AMHOST_1_2:  // station data: device, name, PIN, number
-      PutElementText(out, 2, amhost.Find(211));
-      PutElementText(out, 11, amhost.Find(163));
-      PutElementText(out, 44, amhost.Find(165));
-      PutElementText(out, 77, amhost.Find(162));
+      PutElementText(out, 2, K3_DEVICE_LEN, amhost.Find(211));
+      PutElementText(out, 11, K3_NAME_LEN, amhost.Find(163));
+      PutElementText(out, 44, K3_NAME_LEN, amhost.Find(165));
+      PutElementText(out, 77, K3_NAME_LEN, amhost.Find(162));
       out.Byte(110, 0);
       break;
     case DS_AMHOST_6_2_A:  // group name
-      PutElementText(out, 11, amhost.Find(163));
+      PutElementText(out, 11, K3_NAME_LEN, amhost.Find(163));
       break;
     case DS_AMHOST_6_2_B: {  // features: the bit of value 16
       const AMHOST_Element *e = amhost.Find(230);
@@ -159,7 +162,7 @@ void ConvertAgentState(uint32_t, const PendingRequest &request, const GetAgentSt
   if (result.agentStateList && result.agentStateList->First()) {
     const AgentStateEntry &entry = result.agentStateList->First()->elmt;
     if (entry.agentID)
-      out.Text(15, entry.agentID->Octs(), entry.agentID->Len());
+      out.Field(15, kAgentIdWidth, entry.agentID->Octs(), entry.agentID->Len());
     else
       out.Byte(15, 0);
     if (entry.agentInfo && entry.agentInfo->First()) {
@@ -196,9 +199,11 @@ void RequestNextPart(uint32_t line, bool fromInvocation) {
   CSTAMsg msg;
   if (fromInvocation) {
     BuildEscapeResult(msg, ACL_APP_AMHOST, ACL_ACT_AINFO)->SetAmhost(new AMHOST(7, 2, 7));
+    WritePrivateOctets(msg);
     SendWithInvokeId(line, msg, nullptr, 0);
   } else {
     BuildEscapeInvoke(msg, ACL_APP_AMHOST, ACL_ACT_AINFO)->SetAmhost(new AMHOST(7, 2, 7));
+    WritePrivateOctets(msg);
     SendRequest(line, msg, nullptr, 0);
   }
 }

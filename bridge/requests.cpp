@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "bridge/convert_util.h"
 #include "kestrel3_structures.h"
 #include "link/engine.h"
 #include "link/request.h"
@@ -34,24 +35,13 @@ uint32_t U32(const uint8_t *p, uint32_t at) {
   return uint32_t(p[at]) | (uint32_t(p[at + 1]) << 8) | (uint32_t(p[at + 2]) << 16) | (uint32_t(p[at + 3]) << 24);
 }
 
-// For the types that accept any size: the bytes of a field that lie past the
-// structure's end read as 0.
-uint32_t U32Within(const uint8_t *p, uint32_t size, uint32_t at) {
-  uint32_t v = 0;
-  for (uint32_t i = 0; i < 4; ++i)
-    if (at + i < size) v |= uint32_t(p[at + i]) << (8 * i);
-  return v;
-}
-
 void PutU16(uint8_t *p, uint32_t at, uint16_t v) {
   p[at] = static_cast<uint8_t>(v);
   p[at + 1] = static_cast<uint8_t>(v >> 8);
 }
 
-// Writes the bytes of v that fall inside the structure's size.
-void PutU32Within(uint8_t *p, uint32_t size, uint32_t at, uint32_t v) {
-  for (uint32_t i = 0; i < 4; ++i)
-    if (at + i < size) p[at + i] = static_cast<uint8_t>(v >> (8 * i));
+void PutU32(uint8_t *p, uint32_t at, uint32_t v) {
+  for (uint32_t i = 0; i < 4; ++i) p[at + i] = static_cast<uint8_t>(v >> (8 * i));
 }
 
 // The text of a NUL-terminated field, terminator excluded. A field without a
@@ -62,22 +52,24 @@ std::string FieldText(const uint8_t *p, uint32_t at, uint32_t width) {
 }
 
 // Copies a text of at most srcWidth bytes (up to its terminator) into a field
-// of width bytes at `at`, cut to width - 1 characters and NUL-terminated. Only
-// bytes inside the structure's size are written.
-void PutTextWithin(uint8_t *p, uint32_t size, uint32_t at, uint32_t width, const uint8_t *src, size_t srcWidth) {
-  if (width == 0) return;
-  size_t n = std::min<size_t>(strnlen(reinterpret_cast<const char *>(src), srcWidth), width - 1);
-  for (size_t i = 0; i <= n; ++i) {
-    uint64_t pos = uint64_t(at) + i;
-    if (pos >= size) return;
-    p[pos] = i < n ? src[i] : 0;
-  }
+// of width bytes at `at`: as many characters as the field holds, then a NUL
+// when there is room for one.
+void PutText(uint8_t *p, uint32_t at, uint32_t width, const uint8_t *src, size_t srcWidth) {
+  size_t n = std::min<size_t>(strnlen(reinterpret_cast<const char *>(src), srcWidth), width);
+  std::memcpy(p + at, src, n);
+  if (n < width) p[at + n] = 0;
 }
 
 // ---------------------------------------------------------------------------
 // Message helpers.
 
 int32_t Sent(uint32_t invokeId) { return static_cast<int32_t>(invokeId); }
+
+// Every request goes out with its private content already in octets.
+uint32_t SendBuilt(uint32_t line, CSTAMsg &msg, void *block, uint32_t wantInvokeId) {
+  WritePrivateOctets(msg);
+  return SendRequest(line, msg, block, wantInvokeId);
+}
 
 // An escape request carrying an AMHOST of the given type and subtype (third
 // value 1) under ACL2 application 2, action 196.
@@ -87,7 +79,7 @@ struct AmhostRequest {
   AmhostRequest(uint32_t type, uint32_t subtype) {
     amhost = BuildEscapeInvoke(msg, ACL_APP_AMHOST, ACL_ACT_AINFO)->SetAmhost(new AMHOST(type, subtype, 1));
   }
-  int32_t Send(uint32_t line, uint8_t *block) { return Sent(SendRequest(line, msg, block, 1)); }
+  int32_t Send(uint32_t line, uint8_t *block) { return Sent(SendBuilt(line, msg, block, 1)); }
 };
 
 DeviceID *NewDevice(const std::string &text) {
@@ -103,7 +95,7 @@ DeviceID *NewDevice(const std::string &text) {
 int32_t SendInvoke(uint32_t line, uint8_t *block, int32_t operation, AsnType *argument) {
   CSTAMsg msg;
   BuildInvoke(msg, operation, argument);
-  return Sent(SendRequest(line, msg, block, 1));
+  return Sent(SendBuilt(line, msg, block, 1));
 }
 
 // The device field at offset 2 that most bodies start with.
@@ -182,7 +174,7 @@ int32_t EncListQuery(uint32_t, uint8_t *p, uint32_t size) {
   if (state.listQueryHandle != 0) return kEncListBusy;
   AmhostRequest r(7, 2);
   r.amhost->AddString(211, Device(p).c_str());
-  SendRequest(0, r.msg, p, 0);
+  SendBuilt(0, r.msg, p, 0);
   EventDataRecord list;
   list.SetU16(EventDataRecord::kType, kListRecordType);
   list.SetU32(EventDataRecord::kListInvokeId, InvokeIdOf(r.msg));
@@ -268,14 +260,14 @@ int32_t EncPrivateList(uint32_t line, uint8_t *p, uint32_t size) {
   }
   CSTAMsg msg;
   BuildEscapeInvokeRaw(msg)->SetRaw(octets.data(), octets.size());
-  return Sent(SendRequest(line, msg, p, 1));
+  return Sent(SendBuilt(line, msg, p, 1));
 }
 
 int32_t EncTracer(uint32_t line, uint8_t *p, uint32_t size) {
   if (size != K3_SIZE_ACL2_240) return kEncWrongSize;
   CSTAMsg msg;
   BuildEscapeInvoke(msg, ACL_APP_ACL, p[2] == 1 ? ACL_ACT_TRACER_START : ACL_ACT_TRACER_STOP);
-  return Sent(SendRequest(line, msg, p, 1));
+  return Sent(SendBuilt(line, msg, p, 1));
 }
 
 int32_t EncTdsStart(uint32_t line, uint8_t *p, uint32_t size) {
@@ -283,7 +275,7 @@ int32_t EncTdsStart(uint32_t line, uint8_t *p, uint32_t size) {
   if (Line(line).stateFlag) return kEncAlreadyActive;
   CSTAMsg msg;
   BuildEscapeInvoke(msg, ACL_APP_TDS, ACL_ACT_START);
-  return Sent(SendRequest(line, msg, p, 1));
+  return Sent(SendBuilt(line, msg, p, 1));
 }
 
 int32_t EncReserved(uint32_t, uint8_t *, uint32_t) { return kEncNotSent; }
@@ -295,21 +287,21 @@ int32_t SendMaint(uint32_t line, uint8_t *p, MAINT *maint) {
   CSTAMsg msg;
   std::unique_ptr<MAINT> owned(maint);
   BuildEscapeInvoke(msg, ACL_APP_MAINT, ACL_ACT_AINFO)->SetMaint(owned.release());
-  return Sent(SendRequest(line, msg, p, 1));
+  return Sent(SendBuilt(line, msg, p, 1));
 }
 
 int32_t EncMaintOpen(uint32_t line, uint8_t *p, uint32_t size) {
   if (size != K3_SIZE_MAINT_KIND1) return kEncWrongSize;
-  uint8_t length = p[53];
-  // The data field holds 48 bytes; a longer length would reach past it.
-  if (length > 48) return kEncBadValue;
-  // Once the data was handed on it must not stay in the caller's memory:
-  // bytes 2..55 are cleared on every path from here, the last two of them past
-  // the 54-byte structure (the caller's buffer has room for them).
+  // The data must not stay in the caller's memory: bytes 2..55 are cleared on
+  // every path from here, refusal included, the last two of them past the
+  // 54-byte structure (the caller's buffer has room for them).
   struct Wipe {
     uint8_t *p;
     ~Wipe() { std::memset(p + 2, 0, 54); }
   } wipe{p};
+  uint8_t length = p[53];
+  // The data starts at 2 and may run to byte 55, the last the buffer holds.
+  if (length > 54) return kEncBadValue;
   return SendMaint(line, p, new MAINT(MAINT_LOOPBACK, 0, nullptr, length ? p + 2 : nullptr, length));
 }
 
@@ -364,9 +356,9 @@ int32_t EncSetAgentState(uint32_t, uint8_t *p, uint32_t size) {
   return SendInvoke(0, p, kOpSetAgentState, arg.release());
 }
 
-// Any size: a session number cut short by the size reads its missing bytes as 0.
-int32_t EncStartCdr(uint32_t line, uint8_t *p, uint32_t size) {
-  Line(line).cdrSession = U32Within(p, size, 2);
+// Any size: the session number is read at 2 whatever the size says.
+int32_t EncStartCdr(uint32_t line, uint8_t *p, uint32_t) {
+  Line(line).cdrSession = U32(p, 2);
   auto arg = std::make_unique<StartCDRTransmissionArgument>();
   arg->transferMode.Set(0);
   return SendInvoke(line, p, kOpStartCdrTransmission, arg.release());
@@ -417,46 +409,46 @@ int32_t AnswerCdrReport(uint32_t line, uint8_t *p, const uint8_t record[kEventRe
   return SendWithInvokeId(line, msg, p, invokeId) ? kEncAnsweredCdr : kEncNotSent;
 }
 
-// Common start of 0x33 and 0x35 (any size; bytes past the size read as 0):
-// the session must be the line's, and the record is fetched and consumed.
-int32_t TakeCdrRecord(uint32_t line, const uint8_t *p, uint32_t size, uint8_t record[kEventRecordSize]) {
-  if (U32Within(p, size, 2) != Line(line).cdrSession) return kEncSessionMismatch;
-  if (!FetchEventData(line, U32Within(p, size, 6), record, 1)) return kEncNotFound;
+// Common start of 0x33 and 0x35 (any size; the fields are read whatever the
+// size says): the session must be the line's, and the record is fetched and
+// consumed.
+int32_t TakeCdrRecord(uint32_t line, const uint8_t *p, uint8_t record[kEventRecordSize]) {
+  if (U32(p, 2) != Line(line).cdrSession) return kEncSessionMismatch;
+  if (!FetchEventData(line, U32(p, 6), record, 1)) return kEncNotFound;
   return 0;
 }
 
 // 0x33: the record's fields, packed into 334 bytes from offset 10 (see
-// cdr33 in the header); bytes past the structure's size are not written.
-int32_t EncCdrResult(uint32_t line, uint8_t *p, uint32_t size) {
+// cdr33 in the header), whatever the size: the buffer must hold 344 bytes.
+int32_t EncCdrResult(uint32_t line, uint8_t *p, uint32_t) {
   uint8_t rec[kEventRecordSize];
-  if (int32_t refused = TakeCdrRecord(line, p, size, rec)) return refused;
+  if (int32_t refused = TakeCdrRecord(line, p, rec)) return refused;
   using namespace cdr33;
-  for (uint32_t i = 0; i < 12; ++i)
-    if (kTimeStamp + i < size) p[kTimeStamp + i] = rec[24 + i];
+  std::memcpy(p + kTimeStamp, rec + 24, 12);
   for (uint32_t d = 0; d < 7; ++d)
-    PutTextWithin(p, size, kDevices + d * kDeviceWidth, kDeviceWidth, rec + 40 + d * 33, 33);
-  PutU32Within(p, size, kMediaClass, U32(rec, 271));
-  PutU32Within(p, size, kTariffTable, U32(rec, 275));
-  PutU32Within(p, size, kDuration, U32(rec, 279));
-  PutU32Within(p, size, kCarrier, U32(rec, 283));
-  PutU32Within(p, size, kSelectedRoute, U32(rec, 287));
-  if (kSupplService < size) p[kSupplService] = rec[291];
-  PutTextWithin(p, size, kAccountInfo, 33, rec + 292, 33);
-  PutU32Within(p, size, kChargingPresent, U32(rec, 325));
-  PutTextWithin(p, size, kChargingText, 17, rec + 329, 17);
-  PutU32Within(p, size, kChargingValue, U32(rec, 346));
-  PutU32Within(p, size, kChargingKind, U32(rec, 350));
-  PutU32Within(p, size, kMinutes, U32(rec, 358));
-  PutTextWithin(p, size, kText1, kTextWidth, rec + 362, 33);
-  PutTextWithin(p, size, kText2, kTextWidth, rec + 395, 33);
+    PutText(p, kDevices + d * kDeviceWidth, kDeviceWidth, rec + 40 + d * 33, 33);
+  PutU32(p, kMediaClass, U32(rec, 271));
+  PutU32(p, kTariffTable, U32(rec, 275));
+  PutU32(p, kDuration, U32(rec, 279));
+  PutU32(p, kCarrier, U32(rec, 283));
+  PutU32(p, kSelectedRoute, U32(rec, 287));
+  p[kSupplService] = rec[291];
+  PutText(p, kAccountInfo, 33, rec + 292, 33);
+  PutU32(p, kChargingPresent, U32(rec, 325));
+  PutText(p, kChargingText, 17, rec + 329, 17);
+  PutU32(p, kChargingValue, U32(rec, 346));
+  PutU32(p, kChargingKind, U32(rec, 350));
+  PutU32(p, kMinutes, U32(rec, 358));
+  PutText(p, kText1, kTextWidth, rec + 362, 33);
+  PutText(p, kText2, kTextWidth, rec + 395, 33);
   return AnswerCdrReport(line, p, rec);
 }
 
 // 0x35: the whole 432-byte record at offset 10, whatever the size: the
 // caller's buffer must hold 442 bytes.
-int32_t EncCdrResultRaw(uint32_t line, uint8_t *p, uint32_t size) {
+int32_t EncCdrResultRaw(uint32_t line, uint8_t *p, uint32_t) {
   uint8_t rec[kEventRecordSize];
-  if (int32_t refused = TakeCdrRecord(line, p, size, rec)) return refused;
+  if (int32_t refused = TakeCdrRecord(line, p, rec)) return refused;
   std::memcpy(p + 10, rec, kEventRecordSize);
   return AnswerCdrReport(line, p, rec);
 }
@@ -465,8 +457,8 @@ int32_t EncCdrResultRaw(uint32_t line, uint8_t *p, uint32_t size) {
 // Local answers from stored event data.
 
 // 0x62: the texts collected for a list query, in 9-byte fields from offset 8
-// (each cut to 8 characters). The caller's buffer must hold 9 * count + 8
-// bytes, as the query's reply told it.
+// (a text of 9 characters fills its field without a terminator). The caller's
+// buffer must hold 9 * count + 8 bytes, as the query's reply told it.
 int32_t EncStoredList(uint32_t line, uint8_t *p, uint32_t size) {
   if (size != K3_SIZE_GET_STORED_LIST) return kEncWrongSize;
   uint32_t sequence = U32(p, 2);
@@ -480,9 +472,7 @@ int32_t EncStoredList(uint32_t line, uint8_t *p, uint32_t size) {
     uint32_t at = 8;
     for (size_t i = 0; i < fields; ++i) {
       const std::string &text = stored->texts[i];
-      size_t n = std::min<size_t>(strnlen(text.c_str(), text.size()), K3_DEVICE_LEN - 1);
-      std::memcpy(p + at, text.data(), n);
-      p[at + n] = 0;
+      PutText(p, at, K3_DEVICE_LEN, reinterpret_cast<const uint8_t *>(text.c_str()), text.size());
       at += K3_DEVICE_LEN;
     }
     stored->texts.clear();
@@ -492,26 +482,25 @@ int32_t EncStoredList(uint32_t line, uint8_t *p, uint32_t size) {
 }
 
 // 0x84 (any size): the agent record's texts and values. Field widths 9, 4 and
-// 9 bytes at 6, 15 and 19, values at 28 and 32; a sequence number cut short
-// reads its missing bytes as 0, and nothing past the size is written.
-int32_t EncStoredRecord(uint32_t line, uint8_t *p, uint32_t size) {
+// 9 bytes at 6, 15 and 19, values at 28 and 32: 36 bytes whatever the size.
+int32_t EncStoredRecord(uint32_t line, uint8_t *p, uint32_t) {
   uint8_t rec[kEventRecordSize];
-  if (!FetchEventData(line, U32Within(p, size, 2), rec, 1)) return kEncNotFound;
-  PutTextWithin(p, size, 6, 9, rec + 24, 9);
-  PutTextWithin(p, size, 15, 4, rec + 33, 7);
-  PutTextWithin(p, size, 19, 9, rec + 48, kEventRecordSize - 48);
-  PutU32Within(p, size, 28, U32(rec, 40));
-  PutU32Within(p, size, 32, U32(rec, 44));
+  if (!FetchEventData(line, U32(p, 2), rec, 1)) return kEncNotFound;
+  PutText(p, 6, 9, rec + 24, 9);
+  PutText(p, 15, 4, rec + 33, 7);
+  PutText(p, 19, 9, rec + 48, kEventRecordSize - 48);
+  PutU32(p, 28, U32(rec, 40));
+  PutU32(p, 32, U32(rec, 44));
   return kEncAnsweredRecord;
 }
 
 // 0x95 (any size): the device text (9 bytes at 6) and the received data text
-// from 15 to the end of the structure; nothing past the size is written.
-int32_t EncStoredRecord2(uint32_t line, uint8_t *p, uint32_t size) {
+// (9 bytes at 15): 24 bytes whatever the size.
+int32_t EncStoredRecord2(uint32_t line, uint8_t *p, uint32_t) {
   uint8_t rec[kEventRecordSize];
-  if (!FetchEventData(line, U32Within(p, size, 2), rec, 1)) return kEncNotFound;
-  PutTextWithin(p, size, 6, 9, rec + 24, 9);
-  if (size > 15) PutTextWithin(p, size, 15, size - 15, rec + 33, kEventRecordSize - 33);
+  if (!FetchEventData(line, U32(p, 2), rec, 1)) return kEncNotFound;
+  PutText(p, 6, 9, rec + 24, 9);
+  PutText(p, 15, 9, rec + 33, kEventRecordSize - 33);
   return kEncAnsweredRecord2;
 }
 

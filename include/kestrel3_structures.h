@@ -6,7 +6,14 @@
  * Every structure is byte-packed and little-endian; its first field is the
  * 16-bit wStructType. The size travels beside the pointer (dwSize) and must be
  * exactly the K3_SIZE_... value of the type where one is given. Text fields
- * are NUL-terminated 8-bit strings whose size includes the terminator.
+ * are fixed-size 8-bit strings, NUL-terminated when shorter than the field:
+ * a reply text that fills its field keeps every character and goes without
+ * the terminator (a 4-character agent id fills szAgentId[4]).
+ *
+ * The types of any size (0x31, 0x33, 0x35, 0x84, 0x95) are not checked
+ * against dwSize beyond its first 2 bytes: their fields are read, and their
+ * answers written, at the offsets below whatever dwSize says, so the buffer
+ * must hold the K3_ROOM_... bytes of the type (see each structure).
  * The buffer belongs to the caller and must stay valid and writable until the
  * request is completed through the reply callback: answers are written into it.
  */
@@ -84,8 +91,12 @@
 #define K3_SIZE_ACL2_1_192 6
 #define K3_SIZE_SEND_DATA 52
 #define K3_SIZE_PHYSICAL_DEVICE_INFO 19
-/* Type 0x35 receives the whole 432-byte record at offset 10. */
-#define K3_ROOM_CDR_REPORT_RESULT_2 442
+/* Room the any-size types read or write whatever dwSize says. */
+#define K3_ROOM_START_CDR_TRANSMISSION 6 /* 0x31: session number read at 2 */
+#define K3_ROOM_CDR_REPORT_RESULT 344    /* 0x33: 334-byte record written at 10 */
+#define K3_ROOM_CDR_REPORT_RESULT_2 442  /* 0x35: 432-byte record written at 10 */
+#define K3_ROOM_GET_STORED_RECORD 36     /* 0x84: K3_DS_GET_STORED_RECORD */
+#define K3_ROOM_GET_STORED_RECORD_2 24   /* 0x95: K3_DS_GET_STORED_RECORD_2 */
 
 /* ---- Event type codes --------------------------------------------------- */
 
@@ -119,8 +130,10 @@ typedef struct {
   uint8_t bSession;
 } K3_DS_MAINT_KIND4;
 
-/* 0x21: maintenance session open. Bytes 2..55 are zeroed once the request was
- * handed on: the buffer needs two bytes beyond the structure. */
+/* 0x21: maintenance session open. bDataLength (at most 54) data bytes are
+ * taken from offset 2, so a length above 51 reaches past the structure. Bytes
+ * 2..55 are zeroed once the request was handed on or refused: the buffer needs
+ * two bytes beyond the structure. */
 typedef struct {
   uint16_t wStructType;
   uint8_t abData[48];
@@ -128,13 +141,15 @@ typedef struct {
   uint8_t bDataLength;
 } K3_DS_MAINT_KIND1;
 
-/* 0x31 start, 0x34 stop CDR transmission. */
+/* 0x31 start (any size, 6 bytes read), 0x34 stop CDR transmission. */
 typedef struct {
   uint16_t wStructType;
   uint32_t dwSession;
 } K3_DS_CDR_TRANSMISSION;
 
-/* 0x33 and 0x35: answer to a CDR report; the record follows at offset 10. */
+/* 0x33 and 0x35 (any size): answer to a CDR report; the record is written
+ * from offset 10 whatever dwSize says, 334 bytes for 0x33 and 432 for 0x35:
+ * the buffer must hold K3_ROOM_CDR_REPORT_RESULT(_2) bytes. */
 typedef struct {
   uint16_t wStructType;
   uint32_t dwSession;
@@ -240,7 +255,8 @@ typedef struct {
   char szAgentId[4];
 } K3_DS_AGENT_STATE;
 
-/* 0x84: the strings of a stored record. */
+/* 0x84 (any size): the strings of a stored record; all 36 bytes are written
+ * whatever dwSize says. */
 typedef struct {
   uint16_t wStructType;
   uint32_t dwSequence;
@@ -250,7 +266,7 @@ typedef struct {
   uint32_t dwValue1, dwValue2;
 } K3_DS_GET_STORED_RECORD;
 
-/* 0x95 */
+/* 0x95 (any size): all 24 bytes are written whatever dwSize says. */
 typedef struct {
   uint16_t wStructType;
   uint32_t dwSequence;

@@ -136,13 +136,11 @@ void PrivateDataChoiceSeq::SyncOctets() {
   pnPrivateData.Set(reinterpret_cast<const char *>(v.data()), v.size());
 }
 
+// The octets travel exactly as held: the typed content is only a reading of
+// them (or, for a message being built, was written into them by SyncOctets).
 AsnLen PrivateDataChoiceSeq::BEncContent(AsnBuf &b) const {
-  OctetVec data;
-  EncodeData(data);
-  AsnLen total = 0;
-  b.PutSegRvs(data.data(), data.size());
-  total += AsnLen(data.size());
-  total += BEncDefLen(b, AsnLen(data.size()));
+  AsnLen total = pnPrivateData.BEncContent(b);
+  total += BEncDefLen(b, total);
   b.PutByteRvs(0x04);
   total += 1;
 
@@ -202,15 +200,7 @@ void PrivateDataChoiceSeq::Print(AsnPrintStream &os) const {
   os << ",";
   os.Newline();
   os.Indent();
-  // The octets as received, or for content built in memory (no octets held
-  // yet) the octets it encodes to.
-  if (pnPrivateData.octetLen == 0 && (acl || office)) {
-    OctetVec v;
-    EncodeData(v);
-    os << "pnPrivateData" << AsnOcts(reinterpret_cast<const char *>(v.data()), v.size());
-  } else {
-    os << "pnPrivateData" << pnPrivateData;
-  }
+  os << "pnPrivateData" << pnPrivateData;
   if (form == FORM_ACL && acl) {
     os << ",";
     os.Newline();

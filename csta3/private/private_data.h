@@ -3,6 +3,8 @@
 //                                       pnPrivateData OCTET STRING }
 // plus the content decoded from pnPrivateData, kept beside the two components:
 // form 0 raw octets only, form 1 an ACL2 (ACL form), form 2 an office list.
+// Only manufacturer and pnPrivateData are encoded, so a decoded message
+// encodes back to the very octets it came from.
 #ifndef K3_CSTA3_PRIVATE_PRIVATE_DATA_H
 #define K3_CSTA3_PRIVATE_PRIVATE_DATA_H
 
@@ -68,10 +70,10 @@ class PrivateDataChoiceSeq : public AsnType {
 
   // Decodes pnPrivateData into the typed objects (form 1, 2 or 0). Never throws.
   void DecodeData();
-  // The octets that encoding writes for pnPrivateData: from the typed objects
-  // when present, else the raw octets.
+  // The octets the typed objects turn into (the raw octets in form 0).
   void EncodeData(OctetVec &out) const;
-  // Sets pnPrivateData from the typed objects.
+  // Writes the typed objects into pnPrivateData. Encoding sends pnPrivateData
+  // as it is, so whoever builds typed content calls this once it is filled.
   void SyncOctets();
 };
 

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "bridge/convert_util.h"
 #include "csta3_model.h"
 #include "link/engine.h"
 #include "link/platform.h"
@@ -54,7 +55,16 @@ struct SentMessage {
   uint32_t line, invokeId;
   Bytes ber;
   std::shared_ptr<CSTAMsg> msg;
+  Bytes pn;  // the escape's pnPrivateData component as the host reads it
 };
+
+Bytes PnOctets(const CSTAMsg &msg) {
+  if (msg.choiceId != CSTAMsg::rOSECid || msg.rOSE->choiceId != ROSEapdus::roiv_apduCid) return {};
+  const auto *arg = dynamic_cast<const EscapeArgument *>(msg.rOSE->roiv_apdu->argument);
+  if (!arg || !arg->privateData || arg->privateData->choiceId != CSTAPrivateData::privateCid) return {};
+  const AsnOcts &o = arg->privateData->private_->comPrivateData->pnPrivateData;
+  return Bytes(o.Octs(), o.Octs() + o.Len());
+}
 std::vector<SentMessage> g_sent;
 std::vector<uint32_t> g_results;  // reply results, in order
 uint32_t g_sendReturn = 1;
@@ -62,7 +72,7 @@ bool g_sendThrows = false;
 
 uint32_t K3_CALL OnSend(uint32_t line, const void *m, void *, uint32_t invokeId) {
   const CSTAMsg &msg = *static_cast<const CSTAMsg *>(m);
-  g_sent.push_back({line, invokeId, EncodeToVector(msg), std::make_shared<CSTAMsg>(msg)});
+  g_sent.push_back({line, invokeId, EncodeToVector(msg), std::make_shared<CSTAMsg>(msg), PnOctets(msg)});
   if (g_sendThrows) throw std::bad_alloc();
   return g_sendReturn;
 }
@@ -179,6 +189,7 @@ TEST_F(Requests, AmhostRequestsCarryTheirElementsOnTheirLine) {
     ASSERT_EQ(g_sent.size(), 1u);
     EXPECT_EQ(g_sent[0].line, c.sendLine);
     EXPECT_EQ(g_sent[0].ber, EscapeInvoke(32768, c.priv));
+    EXPECT_EQ(g_sent[0].pn, c.priv);  // in the component itself, not only in its encoding
     ASSERT_EQ(k3::Line(0).pending.size(), 1u);
     const k3::PendingRequest &p = k3::Line(0).pending.front();
     EXPECT_EQ(p.invokeId, 32768u);
@@ -231,6 +242,7 @@ TEST_F(Requests, TracerStateFlagAndMaintenanceEscapes) {
   EXPECT_EQ(g_sent[3].ber, EscapeInvoke(32771, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x03, 0x00, 0x23, 0x04, 0x34, 0x12})));
   EXPECT_EQ(g_sent[4].ber, EscapeInvoke(32772, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x04, 0x09})));
   EXPECT_EQ(g_sent[4].line, 3u);
+  EXPECT_EQ(g_sent[3].pn, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x03, 0x00, 0x23, 0x04, 0x34, 0x12}));
   EXPECT_EQ(k3::Line(0).maintSessions, (std::vector<uint8_t>{4, 9}));  // only the first 9 closed
   // Once the PBX acknowledged the start, a second one is refused.
   k3::Line(0).stateFlag = 1;
@@ -246,10 +258,20 @@ TEST_F(Requests, MaintenanceOpenSendsItsDataAndWipesIt) {
   EXPECT_EQ(g_sent[0].ber, EscapeInvoke(32768, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x01, 0x00, 'A', 'B'})));
   EXPECT_EQ(open.bytes, Cat({B({0x21, 0}), Bytes(54, 0)}));
 
-  Block tooLong(0x21, 54, 56);  // a length past the 48-byte field is refused, nothing touched
-  tooLong.Str(2, "secret").U8(53, 49);
+  // Lengths up to 54 stay within the 56 bytes the buffer has: sent (the
+  // length byte and the two bytes past the structure are data then). A
+  // longer one is refused; both are wiped.
+  Block longest(0x21, 54, 56), tooLong(0x21, 54, 56);
+  for (int i = 2; i < 56; ++i) longest.U8(i, uint8_t(i));
+  longest.U8(53, 54);
+  Bytes data;
+  for (int i = 2; i < 56; ++i) data.push_back(uint8_t(i == 53 ? 54 : i));
+  EXPECT_EQ(Run(longest), kPending);
+  EXPECT_EQ(g_sent.back().ber, EscapeInvoke(32769, Cat({B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x01, 0x00}), data})));
+  tooLong.Str(2, "secret").U8(53, 55);
   EXPECT_EQ(Run(tooLong), 0xC0000003u);
-  EXPECT_EQ(tooLong.Text(2), "secret");
+  EXPECT_EQ(g_sent.size(), 2u);
+  for (Block *b : {&longest, &tooLong}) EXPECT_EQ(b->bytes, Cat({B({0x21, 0}), Bytes(54, 0)}));
 
   g_sendReturn = 0;  // a refused send wipes too, and so does a failing one
   Block refused(0x21, 54, 56), thrown(0x21, 54, 56);
@@ -259,7 +281,7 @@ TEST_F(Requests, MaintenanceOpenSendsItsDataAndWipesIt) {
   g_sendThrows = true;
   EXPECT_THROW(k3::ProcessDevSpecificRequest(0, 77, thrown.bytes.data(), 54), std::bad_alloc);
   for (Block *b : {&refused, &thrown}) EXPECT_EQ(b->bytes, Cat({B({0x21, 0}), Bytes(54, 0)}));
-  EXPECT_EQ(k3::Line(0).pending.size(), 1u);  // only the first request waits
+  EXPECT_EQ(k3::Line(0).pending.size(), 2u);  // only the first two requests wait
 }
 
 TEST_F(Requests, StandardRequests) {
@@ -284,9 +306,10 @@ TEST_F(Requests, StandardRequests) {
   EXPECT_EQ(g_sent[5].line, 3u);
   EXPECT_EQ(k3::Line(0).cdrSession, 0x11223344u);
 
-  // The CDR start takes any size of 2 or more; missing session bytes count as 0.
-  Block shortStart(0x31, 3);
-  EXPECT_EQ(Run(shortStart.U8(2, 0x44)), kPending);
+  // The CDR start takes any size of 2 or more; its session is read at 2
+  // whatever the size says.
+  Block shortStart(0x31, 2, 6);
+  EXPECT_EQ(Run(shortStart.U32(2, 0x44)), kPending);
   EXPECT_EQ(k3::Line(0).cdrSession, 0x44u);
 
   // The stop needs the stored session and carries the PBX's cross reference.
@@ -341,10 +364,13 @@ TEST_F(Requests, CdrResultsCopyTheRecordAndAnswerTheReport) {
   k3::Line(0).cdrSession = 5;
   uint32_t s1 = k3::StoreEventData(0, CdrRecord()), s2 = k3::StoreEventData(0, CdrRecord()),
            s3 = k3::StoreEventData(0, CdrRecord());
-  Block packed(0x33, 344), shortPacked(0x33, 50), raw(0x35, 10, 442);
+  // Any size: the session and record number are read, and the record
+  // written, whatever dwSize says (the buffers hold exactly the room the
+  // types need; ASan guards their ends).
+  Block packed(0x33, 344), shortPacked(0x33, 2, 344), raw(0x35, 2, 442);
   packed.U32(2, 5).U32(6, s1);
-  shortPacked.U32(2, 5).U32(6, s2);  // gets only what fits (ASan guards the end)
-  raw.U32(2, 5).U32(6, s3);          // any size: the record goes to offset 10 regardless
+  shortPacked.U32(2, 5).U32(6, s2);
+  raw.U32(2, 5).U32(6, s3);
   for (Block *b : {&packed, &shortPacked, &raw}) EXPECT_EQ(Run(*b, 3), 0u);
   ASSERT_EQ(g_sent.size(), 3u);
   for (const SentMessage &m : g_sent) EXPECT_EQ(m.ber, kCdrAnswer);
@@ -358,8 +384,9 @@ TEST_F(Requests, CdrResultsCopyTheRecordAndAnswerTheReport) {
   EXPECT_EQ(packed.Text(218) + packed.Text(255), "ACCEUR");
   EXPECT_EQ(packed.Get32(251) + packed.Get32(272) + packed.Get32(276) + packed.Get32(280), 1u + 250 + 2 + 90);
   EXPECT_EQ(packed.Text(284), "T1");
-  EXPECT_EQ(packed.Text(314), "ABCDEFGHIJKLMNOPQRSTUVWXYZ012");  // cut to its 30-byte field
-  EXPECT_EQ(Bytes(shortPacked.bytes.begin() + 47, shortPacked.bytes.end()), S("200"));
+  // A text longer than its 30-byte field fills it, without the terminator.
+  EXPECT_EQ(Bytes(packed.bytes.begin() + 314, packed.bytes.end()), S("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123"));
+  EXPECT_EQ(Bytes(shortPacked.bytes.begin() + 10, shortPacked.bytes.end()), Bytes(packed.bytes.begin() + 10, packed.bytes.end()));
 
   k3::EventDataRecord expected = CdrRecord();
   expected.SetU32(0, s3);
@@ -405,11 +432,13 @@ TEST_F(Requests, ListQueryCollectsIntoARecordThatTheFetchHandsBack) {
   Block fetch(0x62, 17, 9 * 3 + 8), fetchAgain(0x62, 17);
   EXPECT_EQ(Run(fetch.U32(2, handle)), 0xC0000012u);
   EXPECT_EQ(fetch.bytes[6] | fetch.bytes[7] << 8, 3);
-  EXPECT_EQ(fetch.Text(8) + "," + fetch.Text(17) + "," + fetch.Text(26), "100,200,12345678");
+  // A nine-character text fills its field, without the terminator.
+  EXPECT_EQ(fetch.Text(8) + "," + fetch.Text(17), "100,200");
+  EXPECT_EQ(Bytes(fetch.bytes.begin() + 26, fetch.bytes.end()), S("123456789"));
   EXPECT_EQ(Run(fetchAgain.U32(2, handle)), 0xC0000004u);
 }
 
-TEST_F(Requests, StoredRecordsAreAnsweredOnceAndClippedToTheStructure) {
+TEST_F(Requests, StoredRecordsAreAnsweredOnceWhateverTheSize) {
   k3::EventDataRecord agent, data;
   std::strcpy(reinterpret_cast<char *>(agent.bytes + 24), "4711");
   std::memcpy(agent.bytes + 33, "AG12345", 7);
@@ -420,17 +449,21 @@ TEST_F(Requests, StoredRecordsAreAnsweredOnceAndClippedToTheStructure) {
   std::strcpy(reinterpret_cast<char *>(data.bytes + 33), "hello world");
   uint32_t a1 = k3::StoreEventData(0, agent), a2 = k3::StoreEventData(0, agent);
   uint32_t d1 = k3::StoreEventData(0, data), d2 = k3::StoreEventData(0, data);
-  Block full(0x84, 36), again(0x84, 36), clipped(0x84, 20), small(0x95, 24), large(0x95, 40);
+  // The buffers hold exactly the 36 and 24 bytes the types write (ASan
+  // guards their ends); dwSize plays no part beyond its first 2 bytes.
+  Block full(0x84, 36), again(0x84, 36), tiny(0x84, 2, 36), small(0x95, 24), tiny2(0x95, 2, 24);
   EXPECT_EQ(Run(full.U32(2, a1)), 0u);
   EXPECT_EQ(Run(again.U32(2, a1)), 0xC0000004u);
-  EXPECT_EQ(Run(clipped.U32(2, a2)), 0u);
+  EXPECT_EQ(Run(tiny.U32(2, a2)), 0u);
   EXPECT_EQ(Run(small.U32(2, d1)), 0u);
-  EXPECT_EQ(Run(large.U32(2, d2)), 0u);
-  EXPECT_EQ(full.Text(6) + "," + full.Text(15) + "," + full.Text(19), "4711,AG1,G1");
+  EXPECT_EQ(Run(tiny2.U32(2, d2)), 0u);
+  // The agent id fills its 4-byte field: "AG12" runs into the text at 19.
+  EXPECT_EQ(Bytes(full.bytes.begin() + 6, full.bytes.begin() + 28),
+            Cat({S("4711"), Bytes(5, 0), S("AG12"), S("G1"), Bytes(7, 0)}));
   EXPECT_EQ(full.Get32(28) * 10 + full.Get32(32), 42u);
-  EXPECT_EQ(clipped.bytes[19], 'G');
-  EXPECT_EQ(small.Text(6) + "," + small.Text(15), "DP1,hello wo");
-  EXPECT_EQ(large.Text(15), "hello world");
+  EXPECT_EQ(Bytes(tiny.bytes.begin() + 6, tiny.bytes.end()), Bytes(full.bytes.begin() + 6, full.bytes.end()));
+  EXPECT_EQ(Bytes(small.bytes.begin() + 6, small.bytes.end()), Cat({S("DP1"), Bytes(6, 0), S("hello wor")}));
+  EXPECT_EQ(Bytes(tiny2.bytes.begin() + 6, tiny2.bytes.end()), Bytes(small.bytes.begin() + 6, small.bytes.end()));
   EXPECT_TRUE(g_sent.empty());
   EXPECT_TRUE(k3::Line(0).events.empty());
 }
@@ -477,6 +510,7 @@ TEST_F(Requests, InvokeIdsRefusalsExpiryAndReset) {
 TEST_F(Requests, EscapeResultAnswersUnderTheGivenId) {
   CSTAMsg msg;
   k3::BuildEscapeResult(msg, 2, 196)->SetAmhost(new AMHOST(7, 2, 7));
+  k3::WritePrivateOctets(msg);  // the result's private item, as the converters send it
   EXPECT_EQ(k3::SendWithInvokeId(0, msg, nullptr, 0x1234), 1u);
   ASSERT_EQ(g_sent.size(), 1u);
   EXPECT_EQ(g_sent[0].invokeId, 0x1234u);

@@ -22,6 +22,12 @@ TEST_F(Inbound, AmhostAnswersFillTheReplyFields) {
        Cat({S("4712"), Bytes(5, 0), S("Al"), Bytes(31, 0), S("12"), Bytes(31, 0), S("keep"), Bytes(29, 0), B({0})})},
       {0x71, 44, Cat({Amhost(6, 2, 2), Text(0xA3, "Grp")}), 0, 11, {}, Cat({S("Grp"), B({0})})},
       {0x71, 44, Amhost(6, 2, 2), 0, 11, S("n"), S("n")},
+      // Texts keep every character their field holds; the terminator goes
+      // when there is no room, and nothing spills into the next field.
+      {0x71, 44, Cat({Amhost(6, 2, 2), Text(0xA3, std::string(33, 'N'))}), 0, 11, {}, S(std::string(33, 'N'))},
+      {0x52, 143, Cat({Amhost(1, 2, 2), Dev211("123456789012"), Text(0xA5, std::string(34, 'P'))}), 0, 2,
+       Cat({Bytes(9, 0), S("keep"), Bytes(29, 0), Bytes(33, 0), S("x")}),
+       Cat({S("123456789"), S("keep"), Bytes(29, 0), S(std::string(33, 'P')), S("x")})},
       {0x73, 12, Cat({Amhost(6, 2, 2), B({0xE6, 4, 0x10, 0})}), 0, 11, {}, B({1})},
       {0x73, 12, Cat({Amhost(6, 2, 2), B({0xE6, 4, 0xEF, 0})}), 0, 11, B({9}), B({0})},
       {0x73, 12, Amhost(6, 2, 2), 0xC0000011, 11, B({9}), B({9})},
@@ -108,12 +114,12 @@ TEST_F(Inbound, AgentStateAndDeviceCategory) {
   Pend(42001, a), Pend(42002, b), Pend(42003, c), Pend(42004, d);
   Dispatch(ResultMsg(42001, 304, agentResult("77", 3)));
   Dispatch(ResultMsg(42002, 304, agentResult(nullptr, 7)));
-  Dispatch(ResultMsg(42003, 304, agentResult("1234567", -1)));
+  Dispatch(ResultMsg(42003, 304, agentResult("1234", -1)));
   Dispatch(ResultMsg(42004, 304, new GetAgentStateResult));  // no list
   for (uint32_t id = 42001; id <= 42004; ++id) EXPECT_EQ(ResultFor(id), 0u);
   EXPECT_EQ(a.Range(11, 19), B({3, 0, 0, 0, '7', '7', 0, 0}));
   EXPECT_EQ(b.Range(11, 16), B({0xFF, 0xFF, 0xFF, 0xFF, 0}));
-  EXPECT_EQ(c.Range(11, 19), B({0xAA, 0xAA, 0xAA, 0xAA, '1', '2', '3', 0}));  // cut at the structure's end
+  EXPECT_EQ(c.Range(11, 19), B({0xAA, 0xAA, 0xAA, 0xAA, '1', '2', '3', '4'}));  // fills the 4-byte field
   EXPECT_EQ(d.Range(11, 19), B({0xAA, 0xAA, 0xAA, 0xAA, 'A', 'B', 'C', 0}));
 
   uint32_t id = 42100;

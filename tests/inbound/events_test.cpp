@@ -97,7 +97,9 @@ TEST_F(Inbound, AgentEventsOfAKnownMonitor) {
     EXPECT_EQ(U32(Record(seq), 44), c.state) << "event " << seq;
   }
   EXPECT_EQ(host.events[1][11], 0);                 // a one-character agent id
-  EXPECT_EQ(Str(Record(7), 33), "471100");          // cut to its 7-byte field
+  const Bytes longId = Record(7);                   // "4711000000" fills its 7-byte field,
+  EXPECT_EQ(Bytes(&longId[33], &longId[40]), S("4711000"));  // the kind follows
+  EXPECT_EQ(longId[40], 2);
 }
 
 CSTAMsg StartPath(uint32_t id, const char *device, bool withPrivate) {

@@ -62,6 +62,7 @@ TEST(PrivateData, AclRequestEncodesToBerAndDecodesBack) {
   PrivateDataChoiceSeq s;
   s.SetPbxManufacturer();
   s.NewAcl(2, 196)->SetAmhost(new AMHOST(7, 2, 1))->AddString(211, "100");
+  s.SyncOctets();
 
   const Bytes expected = Cat({B({0x30, 0x1B}), kOid, B({0x04, 0x11}),
                               B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x07, 0x02, 0x00, 0x00, 0x01, 0x00, 0xD3, 0x03,
@@ -98,28 +99,49 @@ TEST(PrivateData, AclRequestEncodesToBerAndDecodesBack) {
   EXPECT_EQ(EncodeToVector(c), expected);
 }
 
-TEST(PrivateData, EncodingTakesTypedContentElseRawOctets) {
+TEST(PrivateData, EncodingSendsTheOctetsAsHeld) {
   // Raw octets only (form 0) travel as they are.
   PrivateDataChoiceSeq raw;
   raw.SetPbxManufacturer();
   raw.SetRaw("\x01\x02", 2);
   EXPECT_EQ(EncodeToVector(raw), Cat({B({0x30, 0x0C}), kOid, B({0x04, 0x02, 0x01, 0x02})}));
 
-  // Typed content wins over stale raw octets; SyncOctets brings them in line.
+  // Typed content built in memory is written into the octets by SyncOctets;
+  // until then the octets held are what travels.
   PrivateDataChoiceSeq s = raw;
   s.NewAcl(1, 192);
-  EXPECT_EQ(EncodeToVector(s), Cat({B({0x30, 0x0E}), kOid, B({0x04, 0x04, 0x1A, 0x04, 0x01, 0xC0})}));
+  EXPECT_EQ(EncodeToVector(s), EncodeToVector(raw));
   s.SyncOctets();
   EXPECT_EQ(OctsBytes(s.pnPrivateData), B({0x1A, 0x04, 0x01, 0xC0}));
+  EXPECT_EQ(EncodeToVector(s), Cat({B({0x30, 0x0E}), kOid, B({0x04, 0x04, 0x1A, 0x04, 0x01, 0xC0})}));
 
-  // Inbound elements of kinds 8 and 9 are kept but not written back.
+  // Whatever the PBX sent encodes back to the very same octets: octet 1 of
+  // the ACL form, octets after an application nobody reads, the tail of an
+  // office form, AMHOST elements of kinds 0, 8 and 9, an AMHOST without header.
+  const Bytes received[] = {
+      B({0x1A, 0x00, 0x01, 0xC0, 0x55, 0x66}),
+      B({0x1A, 0x00, 0x06, 0x01, 0x22, 0x00, 0x01, 0x05, 0x09}),
+      B({0xE0, 0x05, 0x00, 0x00, 0x00, 0xFF}),
+      B({0x1A, 0x04, 0x02, 0xC4, 0x0A, 0x03, 0x01, 0xAF, 0x03, 0x01, 0x01, 0x02, 0xA1, 0x04, 0x07, 0x00}),
+      B({0x1A, 0x07, 0x03, 0xC4, 0x06, 0xC9, 0x02, 0x31, 0x32}),
+  };
+  for (const Bytes &pn : received) {
+    SCOPED_TRACE(testing::PrintToString(pn));
+    const Bytes ber = Cat({B({0x30, int(10 + pn.size())}), kOid, B({0x04, int(pn.size())}), pn});
+    PrivateDataChoiceSeq in;
+    ASSERT_EQ(Decode(ber, in), 0);
+    EXPECT_NE(in.DataChoice(), 0u);
+    EXPECT_EQ(EncodeToVector(in), ber);
+    PrivateDataChoiceSeq copy(in);
+    EXPECT_EQ(EncodeToVector(copy), ber);
+  }
+
   PrivateDataChoiceSeq in;
   const Bytes header = B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x0A, 0x02, 0x00, 0x00, 0x06, 0x00});
   ASSERT_EQ(Decode(Cat({B({0x30, 0x1C}), kOid, B({0x04, 0x12}), header, B({0x0A, 0x03, 0x01, 0xAF, 0x03, 0x01})}), in),
             0);
   ASSERT_EQ(in.Acl()->amhost->elements.Count(), 2u);
   EXPECT_TRUE(bool(in.Acl()->amhost->Find(175)->boolValue));
-  EXPECT_EQ(EncodeToVector(in), Cat({B({0x30, 0x16}), kOid, B({0x04, 0x0C}), header}));
 
   // An element cut short by the end of the octets is not taken.
   PrivateDataChoiceSeq cut;

@@ -36,6 +36,7 @@ TEST(EscapeMessage, AmhostRequestRoundTripsThroughCstaMsg) {
   CSTAMsg m;
   AMHOST *amhost = BuildEscape(m, 1)->NewAcl(2, 196)->SetAmhost(new AMHOST(7, 2, 1));
   amhost->AddString(211, "100");
+  static_cast<EscapeArgument *>(m.rOSE->roiv_apdu->argument)->privateData->private_->comPrivateData->SyncOctets();
 
   const Bytes expected = Cat({B({0xA1, 0x25, 0x02, 0x01, 0x01, 0x02, 0x01, 0x33}),  // invoke 1, operation 51
                               B({0x30, 0x1D}),                                      // EscapeArgument
@@ -45,10 +46,13 @@ TEST(EscapeMessage, AmhostRequestRoundTripsThroughCstaMsg) {
   Bytes ber = EncodeToVector(m);
   EXPECT_EQ(ber, expected);
 
-  // Copying the message copies the typed private content with it.
+  // Copying the message copies the private octets and their typed content.
   CSTAMsg copy(m);
   amhost->Find(211)->octsValue.Set("999");
   EXPECT_EQ(EncodeToVector(copy), expected);
+  EXPECT_EQ(static_cast<EscapeArgument *>(copy.rOSE->roiv_apdu->argument)
+                ->privateData->private_->comPrivateData->Acl()->amhost->Find(211)->octsValue.Str(),
+            "100");
   amhost->Find(211)->octsValue.Set("100");
 
   CSTAMsg back;
