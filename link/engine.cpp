@@ -1,6 +1,7 @@
 #include "link/engine.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "link/platform.h"
 
@@ -56,7 +57,18 @@ void ReplyToPending(const PendingRequest &request, uint32_t result) {
   if (it != Line(request.line).pending.end()) SendReply(it->line, it->requestId, result);
 }
 
-void AddPending(uint32_t line, const PendingRequest &request) { Line(line).pending.push_back(request); }
+uint64_t AddPending(uint32_t line, const PendingRequest &request) {
+  LineState &s = Line(line);
+  PendingRequest &added = s.pending.emplace_back(request);
+  added.serial = ++s.pendingSerial;
+  return added.serial;
+}
+
+void RemovePending(uint32_t line, uint64_t serial) {
+  auto &pending = Line(line).pending;
+  auto it = std::find_if(pending.begin(), pending.end(), [serial](const PendingRequest &p) { return p.serial == serial; });
+  if (it != pending.end()) pending.erase(it);
+}
 
 uint32_t StoreEventData(uint32_t line, const EventDataRecord &record) {
   uint32_t sequence = ++g_eventSequence;
@@ -103,6 +115,7 @@ uint32_t RemoveEventData(uint32_t line, uint32_t sequence) {
 
 void LineReset(uint32_t line) {
   LineState &s = Line(line);
+  ++s.resets;
   s.pending.clear();
   s.events.clear();
   s.monitors.clear();
@@ -134,16 +147,21 @@ uint32_t CompleteRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint
 
 void SweepTimeouts(uint32_t now) {
   LineState &s = Line(0);
+  // Take the expired requests off the list first: a reply callback may reset
+  // the line, dispatch an answer or start a request, so no iterator into the
+  // list may live across it.
+  std::list<PendingRequest> expired;
   for (auto it = s.pending.begin(); it != s.pending.end();) {
-    if (now > it->deadlineTick) {
-      PendingRequest expired = *it;
-      it = s.pending.erase(it);
-      SendReply(expired.line, expired.requestId, K3_RESULT_NO_PBX_ANSWER);
-    } else {
-      ++it;
-    }
+    auto next = std::next(it);
+    if (now > it->deadlineTick) expired.splice(expired.end(), s.pending, it);
+    it = next;
   }
   s.events.remove_if([now](const EventDataRecord &r) { return now > r.U32(EventDataRecord::kDeadlineTick); });
+  const uint32_t resets = s.resets;
+  for (const PendingRequest &p : expired) {
+    if (s.resets != resets) break;  // reset from a reply: the rest is dropped unanswered
+    SendReply(p.line, p.requestId, K3_RESULT_NO_PBX_ANSWER);
+  }
 }
 
 uint32_t MonitorStartHandler(uint32_t line, const char *device, const CSTA3V6::AsnOcts &crossRefId) {

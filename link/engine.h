@@ -51,6 +51,9 @@ struct PendingRequest {
   uint32_t line;
   uint32_t sentTick;
   uint32_t deadlineTick; // sentTick + 90000
+  // Numbered by AddPending, unique for the process's life: the entry is found
+  // again by it after a host callback, when any other handle may be stale.
+  uint64_t serial = 0;
 };
 
 // A 432-byte event-data record as TAPI fetches it, plus the text list that a
@@ -94,6 +97,8 @@ struct MonitorEntry {
 
 struct LineState {
   uint32_t invokeCounter = 0;        // never reset after load
+  uint64_t pendingSerial = 0;        // last serial given to a pending entry; never reset after load
+  uint32_t resets = 0;               // line resets so far: a loop that calls the host checks it afterwards
   std::list<PendingRequest> pending; // in order of sending
   std::list<EventDataRecord> events; // in order of storing
   std::list<MonitorEntry> monitors;  // in order of start
@@ -123,7 +128,11 @@ void RaiseEvent(uint32_t line, const uint32_t event[3]);
 void RaiseEventHeader(uint32_t line, const uint8_t header[12]);
 // Completes the first pending entry with request's invoke id; the entry stays.
 void ReplyToPending(const PendingRequest &request, uint32_t result);
-void AddPending(uint32_t line, const PendingRequest &request);
+// Appends a copy of request under a new serial; returns that serial.
+uint64_t AddPending(uint32_t line, const PendingRequest &request);
+// Removes the pending entry with this serial if it is still listed (a host
+// callback may already have answered it or reset the line).
+void RemovePending(uint32_t line, uint64_t serial);
 // The first pending entry of the line with this invoke id, or end.
 std::list<PendingRequest>::iterator FindPending(uint32_t line, uint32_t invokeId);
 
@@ -143,7 +152,10 @@ void LineReset(uint32_t line);
 uint32_t CompleteRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size, int32_t encoderResult);
 
 // The timer procedure: requests past their deadline fail with 0xC0000012,
-// event data past its deadline is dropped. Only line 0 is swept.
+// event data past its deadline is dropped. Only line 0 is swept. Expired
+// requests leave the list before the first reply goes out; when a reply
+// callback resets the line, the remaining expired requests are dropped
+// without replies, as the reset drops every other request.
 void SweepTimeouts(uint32_t now);
 
 // Monitor registry.
