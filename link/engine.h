@@ -146,6 +146,32 @@ EventDataRecord *FindEventData(uint32_t line, uint32_t sequence);
 // request state; the invoke-id counter and the data-path counter stay.
 void LineReset(uint32_t line);
 
+// One device-specific request while its encoder runs on this thread. The
+// encoder's send lists it as pending before the host's send callback runs,
+// so that an answer the host hands in from inside that callback finds it.
+struct RequestInFlight {
+  uint32_t line;
+  uint32_t requestId;
+  uint8_t *block;
+  uint32_t size;
+  uint64_t serial = 0;            // the entry listed before sending, 0 when none
+  uint32_t invokeId = 0;          // its invoke id
+  bool settledDuringSend = false; // answered or dropped while the host held a refused message
+  RequestInFlight *outer = nullptr;
+};
+
+// Runs the encoder of one device-specific request and completes the request
+// from its result (CompleteRequest), unless it was listed before sending and
+// the host's callbacks already settled it. An exception from the encoder
+// leaves nothing listed and passes on.
+uint32_t RunRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size,
+                    int32_t (*encoder)(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size));
+// Around the host's send callback (SendRequest): lists the request in flight
+// for block under invokeId (returns its serial, 0 when there is none to
+// list), and afterwards takes it off again when the host refused the message.
+uint64_t ListBeforeSend(uint32_t line, const void *block, uint32_t invokeId);
+void SettleAfterSend(uint32_t line, uint64_t serial, uint32_t accepted);
+
 // Completes a request from its encoder's result: an invoke id makes it
 // pending, everything else is answered now. Returns 0 when the reply went out
 // (or the request is pending), else 0xC0000001.

@@ -219,6 +219,62 @@ TEST_F(Reentry, SendCallbacksThatHandInMessagesOrClose) {
   EXPECT_TRUE(k3::Line(0).events.empty());
 }
 
+TEST_F(Reentry, AnswersHandedInFromTheSendCallback) {
+  // The host hands in the PBX's answer before its send callback returns: the
+  // request is completed by that answer, once, and nothing stays pending.
+  Block time(0x41, 8);
+  g_onSend = [&](uint32_t invokeId) {
+    Dispatch(Rors(invokeId, 51, EscapeRes(Item(Cat({Amhost(8, 2, 2), B({0xF8, 6, 0, 12, 30, 45})})))));
+  };
+  EXPECT_EQ(Request(10, time), 0u);
+  EXPECT_EQ(host.replies, (Replies{{10, 0}}));
+  EXPECT_EQ(time.Range(2, 8), B({12, 0, 30, 0, 45, 0}));
+  EXPECT_EQ(PendingCount(), 0u);
+
+  // An error handed in, then the send refused: one completion, the error's.
+  host.replies.clear();
+  host.sendReturn = 0;
+  g_onSend = [&](uint32_t invokeId) { Dispatch(Roer(invokeId)); };
+  Request(11, time);
+  EXPECT_EQ(host.replies, (Replies{{11, 0xC0000014}}));
+  EXPECT_EQ(PendingCount(), 0u);
+
+  // Refused without an answer: no answer found, the refusal completes it.
+  host.replies.clear();
+  g_onSend = nullptr;
+  Request(12, time);
+  EXPECT_EQ(host.replies, (Replies{{12, 0xC0000012}}));
+  EXPECT_EQ(PendingCount(), 0u);
+
+  // Accepted, and the line closed from the send callback: the request is
+  // dropped like every request the close finds; a late answer finds nothing.
+  host.replies.clear();
+  host.sendReturn = 1;
+  uint32_t sentId = 0;
+  g_onSend = [&](uint32_t invokeId) {
+    sentId = invokeId;
+    k3::LineReset(0);
+  };
+  Request(13, time);
+  g_onSend = nullptr;
+  Dispatch(Roer(sentId));
+  EXPECT_TRUE(host.replies.empty());
+  EXPECT_EQ(PendingCount(), 0u);
+
+  // A request made from inside another request's send callback: both go out
+  // and both wait for their own answers.
+  Block other(0x41, 8);
+  g_onSend = [&](uint32_t) {
+    g_onSend = nullptr;
+    Request(15, other);
+  };
+  Request(14, time);
+  ASSERT_EQ(PendingCount(), 2u);
+  EXPECT_EQ(k3::Line(0).pending.front().requestId, 14u);
+  EXPECT_EQ(k3::Line(0).pending.back().requestId, 15u);
+  EXPECT_TRUE(host.replies.empty());
+}
+
 TEST_F(Reentry, EventCallbacksThatRequestAndChangeMonitors) {
   // An agent event whose event callback fetches its record at once (a new
   // request, answered locally) and stops the monitor: the record is consumed
