@@ -14,6 +14,14 @@ LineState g_line0;
 uint32_t g_eventSequence = 0;
 thread_local RequestInFlight *g_inFlight = nullptr;
 
+// More than lifetime milliseconds from since to now. The tick wraps every
+// 49.7 days, so the time passed is compared, not the ticks themselves; a
+// since slightly after now (stored after the timer took its tick) counts as
+// nothing passed.
+bool Outlived(uint32_t now, uint32_t since, uint32_t lifetime) {
+  return static_cast<int32_t>(now - since) > static_cast<int32_t>(lifetime);
+}
+
 bool IsListed(uint32_t line, uint64_t serial) {
   const auto &pending = Line(line).pending;
   return std::any_of(pending.begin(), pending.end(), [serial](const PendingRequest &p) { return p.serial == serial; });
@@ -212,10 +220,11 @@ void SweepTimeouts(uint32_t now) {
   std::list<PendingRequest> expired;
   for (auto it = s.pending.begin(); it != s.pending.end();) {
     auto next = std::next(it);
-    if (now > it->deadlineTick) expired.splice(expired.end(), s.pending, it);
+    if (Outlived(now, it->sentTick, kRequestLifetimeMs)) expired.splice(expired.end(), s.pending, it);
     it = next;
   }
-  s.events.remove_if([now](const EventDataRecord &r) { return now > r.U32(EventDataRecord::kDeadlineTick); });
+  s.events.remove_if(
+      [now](const EventDataRecord &r) { return Outlived(now, r.U32(EventDataRecord::kStoredTick), kEventLifetimeMs); });
   const uint32_t resets = s.resets;
   for (const PendingRequest &p : expired) {
     if (s.resets != resets) break;  // reset from a reply: the rest is dropped unanswered

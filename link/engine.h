@@ -177,8 +177,9 @@ void SettleAfterSend(uint32_t line, uint64_t serial, uint32_t accepted);
 // (or the request is pending), else 0xC0000001.
 uint32_t CompleteRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size, int32_t encoderResult);
 
-// The timer procedure: requests past their deadline fail with 0xC0000012,
-// event data past its deadline is dropped. Only line 0 is swept. Expired
+// The timer procedure: requests older than 90 s fail with 0xC0000012, event
+// data older than 120 s is dropped; ages are measured from the sent or stored
+// tick, so they hold across the tick's wrap. Only line 0 is swept. Expired
 // requests leave the list before the first reply goes out; when a reply
 // callback resets the line, the remaining expired requests are dropped
 // without replies, as the reset drops every other request.
