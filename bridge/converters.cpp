@@ -218,6 +218,9 @@ void ConvertListPart(uint32_t line, const AMHOST &amhost, bool fromInvocation, u
     RequestNextPart(line, fromInvocation);
     return;
   }
+  // The list is complete: the handle is free for the next query, whether or
+  // not the query itself is tracked.
+  state.listQueryHandle = 0;
   auto query = FindPending(line, list->U32(EventDataRecord::kListInvokeId));
   if (query == state.pending.end()) return;
   const PendingRequest answered = *query;
@@ -226,11 +229,9 @@ void ConvertListPart(uint32_t line, const AMHOST &amhost, bool fromInvocation, u
   out.U32(11, list->Sequence());
   out.U16(15, count);
   out.U32(17, 9u * count + 8u);
-  // Off the list (so the sweep cannot complete it again) and the handle free
-  // before the host hears of it: its reply callback may reset the line or
-  // start the next query.
+  // Off the list (so the sweep cannot complete it again) before the host
+  // hears of it: its reply callback may reset the line or start the next query.
   state.pending.erase(query);
-  state.listQueryHandle = 0;
   SendReply(answered.line, answered.requestId, K3_RESULT_SUCCESS);
 }
 

@@ -182,7 +182,8 @@ int32_t EncListQuery(uint32_t, uint8_t *p, uint32_t size) {
   if (state.listQueryHandle != 0) return kEncListBusy;
   AmhostRequest r(7, 2);
   r.amhost->AddString(211, Device(p).c_str());
-  SendRequest(0, r.msg, p, 0);
+  // A refused query collects nothing: no record, and the handle stays free.
+  if (!SendUntracked(0, r.msg, p)) return kEncNotSent;
   EventDataRecord list;
   list.SetU16(EventDataRecord::kType, kListRecordType);
   list.SetU32(EventDataRecord::kListInvokeId, InvokeIdOf(r.msg));

@@ -95,6 +95,12 @@ uint32_t StoreEventData(uint32_t line, const EventDataRecord &record) {
   return sequence;
 }
 
+// Removes a stored record; a list query collecting into it is over.
+static void EraseRecord(LineState &s, std::list<EventDataRecord>::iterator it) {
+  if (it->Sequence() == s.listQueryHandle) s.listQueryHandle = 0;
+  s.events.erase(it);
+}
+
 static std::list<EventDataRecord>::iterator FindRecord(uint32_t line, uint32_t sequence) {
   auto &events = Line(line).events;
   return std::find_if(events.begin(), events.end(),
@@ -113,7 +119,7 @@ uint32_t FetchEventData(uint32_t line, uint32_t sequence, uint8_t out[kEventReco
   if (consume) {
     uint32_t refs = it->U32(EventDataRecord::kRefCount) - 1;
     it->SetU32(EventDataRecord::kRefCount, refs);
-    if (refs == 0) Line(line).events.erase(it);
+    if (refs == 0) EraseRecord(Line(line), it);
   }
   return 1;
 }
@@ -123,7 +129,7 @@ uint32_t HasEventData(uint32_t line, uint32_t sequence) { return FindEventData(l
 uint32_t RemoveEventData(uint32_t line, uint32_t sequence) {
   auto it = FindRecord(line, sequence);
   if (it == Line(line).events.end()) return 0;
-  Line(line).events.erase(it);
+  EraseRecord(Line(line), it);
   return 1;
 }
 
@@ -223,8 +229,11 @@ void SweepTimeouts(uint32_t now) {
     if (Outlived(now, it->sentTick, kRequestLifetimeMs)) expired.splice(expired.end(), s.pending, it);
     it = next;
   }
-  s.events.remove_if(
-      [now](const EventDataRecord &r) { return Outlived(now, r.U32(EventDataRecord::kStoredTick), kEventLifetimeMs); });
+  for (auto it = s.events.begin(); it != s.events.end();) {
+    auto next = std::next(it);
+    if (Outlived(now, it->U32(EventDataRecord::kStoredTick), kEventLifetimeMs)) EraseRecord(s, it);
+    it = next;
+  }
   const uint32_t resets = s.resets;
   for (const PendingRequest &p : expired) {
     if (s.resets != resets) break;  // reset from a reply: the rest is dropped unanswered

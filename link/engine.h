@@ -104,7 +104,10 @@ struct LineState {
   std::list<MonitorEntry> monitors;  // in order of start
   // Request and answer state that a line reset clears.
   uint32_t cdrSession = 0;           // set by the CDR start request
-  uint32_t listQueryHandle = 0;      // sequence number of the collecting list record, 0 when none
+  // Sequence number of the record collecting a list query's answer, 0 when
+  // none. Freed when the last part arrives, when the query fails (refused
+  // send, error, reject) and whenever that record goes (fetched, expired).
+  uint32_t listQueryHandle = 0;
   CSTA3V6::AsnOcts cdrCrossRefId;    // from the PBX's CDR start result
   uint8_t stateFlag = 0;             // from the answer to the 0x91 request
   std::vector<uint8_t> maintSessions; // session references the PBX answered, in order

@@ -95,7 +95,17 @@ bool InvokeIdInRange(int32_t id) {
 }
 
 // An error or reject: the request fails (0xC0000010 for a CDR start).
+// An error or reject for the list query: the PBX sends no list, so its
+// collecting record goes and the handle is free for the next query.
+void EndFailedListQuery(uint32_t line, uint32_t invokeId) {
+  LineState &s = Line(line);
+  if (s.listQueryHandle == 0) return;
+  const EventDataRecord *list = FindEventData(line, s.listQueryHandle);
+  if (list && list->U32(EventDataRecord::kListInvokeId) == invokeId) RemoveEventData(line, s.listQueryHandle);
+}
+
 void OnFailure(uint32_t line, uint32_t invokeId, const InboundConverters *cv) {
+  EndFailedListQuery(line, invokeId);
   auto it = FindPending(line, invokeId);
   if (it == Line(line).pending.end()) return;
   // A copy: the reply callback may reset the line or answer other requests.

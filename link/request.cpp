@@ -130,6 +130,12 @@ uint32_t SendRequest(uint32_t line, CSTAMsg &msg, void *block, uint32_t wantInvo
   return wantInvokeId ? id : 0;
 }
 
+uint32_t SendUntracked(uint32_t line, CSTAMsg &msg, void *block) {
+  uint32_t id = NextInvokeId(line);
+  SetInvokeId(msg, id);
+  return g_callbacks.send && g_callbacks.send(line, &msg, block, id) != 0 ? 1 : 0;
+}
+
 uint32_t SendWithInvokeId(uint32_t line, CSTAMsg &msg, void *block, uint32_t invokeId) {
   SetInvokeId(msg, invokeId);
   return g_callbacks.send ? g_callbacks.send(line, &msg, block, invokeId) : 0;

@@ -51,6 +51,10 @@ uint32_t InvokeIdOf(const CSTA3V6::CSTAMsg &msg);
 // before the callback runs (see ListBeforeSend).
 uint32_t SendRequest(uint32_t line, CSTA3V6::CSTAMsg &msg, void *block, uint32_t wantInvokeId);
 
+// The same send for a request that is not tracked (no pending entry):
+// returns 1 when the host accepted the message, 0 otherwise.
+uint32_t SendUntracked(uint32_t line, CSTA3V6::CSTAMsg &msg, void *block);
+
 // Sends msg under a given invoke id (an answer to the PBX's own invocation
 // reuses that invocation's id). Returns the send callback's result, 0 when
 // none is registered.
