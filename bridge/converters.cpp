@@ -1,5 +1,6 @@
 #include "bridge/converters.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -100,7 +101,11 @@ void ConvertAmhostRefusal(uint32_t, const PendingRequest &request, const AMHOST 
 void ConvertMaintReference(uint32_t line, const PendingRequest &request, const MAINT &maint) {
   OutBytes out = Reply(request);
   uint8_t reference = uint8_t(maint.CrossRef());
-  Line(line).maintSessions.push_back(reference);
+  // One entry per reference value: a repeated answer adds nothing, so the
+  // list never holds more than K3_MAX_REFERENCES.
+  static_assert(K3_MAX_REFERENCES == 256, "one entry per one-byte reference");
+  auto &references = Line(line).maintSessions;
+  if (std::find(references.begin(), references.end(), reference) == references.end()) references.push_back(reference);
   out.Byte(4, reference);
   if (maint.hasDate) {
     out.U16(5, maint.date[0]);
@@ -211,8 +216,12 @@ void ConvertListPart(uint32_t line, const AMHOST &amhost, bool fromInvocation, u
   if (!list || list->Type() != kListRecordType) return;
   for (const AMHOST_Element &e : amhost.elements) {
     if (e.id != 211) continue;
-    list->texts.push_back(CText(e.octsValue));
-    list->SetU16(EventDataRecord::kListCount, uint16_t(list->U16(EventDataRecord::kListCount) + 1));
+    if (list->texts.size() >= K3_MAX_LIST_ENTRIES) {
+      ReportLimitOnce(line, kLimitListEntries, "List answer cut: the list holds the most entries it can count");
+      break;
+    }
+    list->texts.push_back(CText(e.octsValue).substr(0, K3_DEVICE_LEN - 1));
+    list->SetU16(EventDataRecord::kListCount, uint16_t(list->texts.size()));
   }
   if (amhost.Third() != 2) {
     RequestNextPart(line, fromInvocation);

@@ -147,6 +147,10 @@ void OnStartDataPath(uint32_t line, const ROIVapdu &invoke) {
   if (arg->object && arg->object->choiceId == CSTAObject::deviceObjectCid) device = DeviceText(arg->object->deviceObject);
 
   LineState &state = Line(line);
+  if (state.dataPaths.size() >= K3_MAX_DATA_PATHS) {
+    ReportLimitOnce(line, kLimitDataPaths, "startDataPath refused: the line has the most data paths it keeps open");
+    return;
+  }
   uint32_t number = state.dataPathCounter;
   char xref[4] = {char(number), char(number >> 8), char(number >> 16), char(number >> 24)};
   DataPath &path = state.dataPaths.emplace_back();

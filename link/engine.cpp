@@ -10,6 +10,7 @@ namespace k3 {
 CallbackTable g_callbacks = {};
 
 namespace {
+constexpr uint16_t kLimitLogCategory = 4;  // "Error"
 LineState g_line0;
 uint32_t g_eventSequence = 0;
 thread_local RequestInFlight *g_inFlight = nullptr;
@@ -144,6 +145,14 @@ void LineReset(uint32_t line) {
   s.cdrCrossRefId = CSTA3V6::AsnOcts();
   s.maintSessions.clear();
   s.dataPaths.clear();
+  s.limitsReported = 0;
+}
+
+void ReportLimitOnce(uint32_t line, uint32_t limit, const char *text) {
+  LineState &s = Line(line);
+  if (s.limitsReported & limit) return;
+  s.limitsReported |= limit;
+  ReportLog(kLimitLogCategory, "%s", text);
 }
 
 uint64_t ListBeforeSend(uint32_t line, const void *block, uint32_t invokeId) {

@@ -113,6 +113,7 @@ struct LineState {
   std::vector<uint8_t> maintSessions; // session references the PBX answered, in order
   std::list<DataPath> dataPaths;
   uint32_t dataPathCounter = 0;      // path numbers; survives line resets
+  uint32_t limitsReported = 0;       // limits already logged since the last reset, one bit each
 };
 
 // The tables for every line (room for line 0 only).
@@ -144,6 +145,11 @@ uint32_t FetchEventData(uint32_t line, uint32_t sequence, uint8_t out[kEventReco
 uint32_t HasEventData(uint32_t line, uint32_t sequence);
 uint32_t RemoveEventData(uint32_t line, uint32_t sequence);
 EventDataRecord *FindEventData(uint32_t line, uint32_t sequence);
+
+// The first refusal of a limit (one bit of LineState::limitsReported) since
+// the line's last reset goes to the event log with text; later ones do not.
+constexpr uint32_t kLimitDataPaths = 1, kLimitListEntries = 2;
+void ReportLimitOnce(uint32_t line, uint32_t limit, const char *text);
 
 // Drops the line's pending requests (no replies), event data, monitors and
 // request state; the invoke-id counter and the data-path counter stay.
