@@ -304,14 +304,21 @@ int32_t EncMaintOpen(uint32_t line, uint8_t *p, uint32_t size) {
   uint8_t length = p[53];
   // The data field holds 48 bytes; a longer length would reach past it.
   if (length > 48) return kEncBadValue;
-  // Once the data was handed on it must not stay in the caller's memory:
-  // bytes 2..55 are cleared on every path from here, the last two of them past
-  // the 54-byte structure (the caller's buffer has room for them).
+  // Once the data is copied into the message it must not stay in the caller's
+  // memory: bytes 2..55 are cleared on every path from here, the last two of
+  // them past the 54-byte structure (the caller's buffer has room for them).
+  // They are cleared before the send, so that an answer the host hands in
+  // from inside its send callback stays in the structure.
   struct Wipe {
     uint8_t *p;
     ~Wipe() { std::memset(p + 2, 0, 54); }
-  } wipe{p};
-  return SendMaint(line, p, new MAINT(MAINT_LOOPBACK, 0, nullptr, length ? p + 2 : nullptr, length));
+  };
+  MAINT *maint;
+  {
+    Wipe wipe{p};
+    maint = new MAINT(MAINT_LOOPBACK, 0, nullptr, length ? p + 2 : nullptr, length);
+  }
+  return SendMaint(line, p, maint);
 }
 
 int32_t EncMaintRequest(uint32_t line, uint8_t *p, uint32_t size) {

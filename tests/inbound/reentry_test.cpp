@@ -231,6 +231,18 @@ TEST_F(Reentry, AnswersHandedInFromTheSendCallback) {
   EXPECT_EQ(time.Range(2, 8), B({12, 0, 30, 0, 45, 0}));
   EXPECT_EQ(PendingCount(), 0u);
 
+  // The loop test's answer handed in at once stays in the structure.
+  Block loop(0x21, 56);
+  loop.p[2] = 'x';
+  loop.p[53] = 1;
+  host.replies.clear();
+  g_onSend = [&](uint32_t invokeId) { Dispatch(Rors(invokeId, 51, EscapeRes(Item(Maint(1, 0, B({1, 2, 3})))))); };
+  k3::ProcessDevSpecificRequest(0, 16, loop.p.get(), 54);
+  EXPECT_EQ(host.replies, (Replies{{16, 0}}));
+  EXPECT_EQ(loop.Range(2, 5), B({1, 2, 3}));
+  EXPECT_EQ(loop.p[53], 3);
+  EXPECT_EQ(PendingCount(), 0u);
+
   // An error handed in, then the send refused: one completion, the error's.
   host.replies.clear();
   host.sendReturn = 0;
