@@ -1,5 +1,6 @@
 #include "bridge/converters.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -103,7 +104,11 @@ void ConvertAmhostRefusal(uint32_t, const PendingRequest &request, const AMHOST 
 void ConvertMaintReference(uint32_t line, const PendingRequest &request, const MAINT &maint) {
   OutBytes out = Reply(request);
   uint8_t reference = uint8_t(maint.CrossRef());
-  Line(line).maintSessions.push_back(reference);
+  // One entry per reference value: a repeated answer adds nothing, so the
+  // list never holds more than K3_MAX_REFERENCES.
+  static_assert(K3_MAX_REFERENCES == 256, "one entry per one-byte reference");
+  auto &references = Line(line).maintSessions;
+  if (std::find(references.begin(), references.end(), reference) == references.end()) references.push_back(reference);
   out.Byte(4, reference);
   if (maint.hasDate) {
     out.U16(5, maint.date[0]);
@@ -216,24 +221,32 @@ void ConvertListPart(uint32_t line, const AMHOST &amhost, bool fromInvocation, u
   if (!list || list->Type() != kListRecordType) return;
   for (const AMHOST_Element &e : amhost.elements) {
     if (e.id != 211) continue;
-    list->texts.push_back(CText(e.octsValue));
-    list->SetU16(EventDataRecord::kListCount, uint16_t(list->U16(EventDataRecord::kListCount) + 1));
+    if (list->texts.size() >= K3_MAX_LIST_ENTRIES) {
+      ReportLimitOnce(line, kLimitListEntries, "List answer cut: the list holds the most entries it can count");
+      break;
+    }
+    list->texts.push_back(CText(e.octsValue).substr(0, K3_DEVICE_LEN - 1));
+    list->SetU16(EventDataRecord::kListCount, uint16_t(list->texts.size()));
   }
   if (amhost.Third() != 2) {
     RequestNextPart(line, fromInvocation);
     return;
   }
+  // The list is complete: the handle is free for the next query, whether or
+  // not the query itself is tracked.
+  state.listQueryHandle = 0;
   auto query = FindPending(line, list->U32(EventDataRecord::kListInvokeId));
   if (query == state.pending.end()) return;
+  const PendingRequest answered = *query;
   uint16_t count = list->U16(EventDataRecord::kListCount);
-  OutBytes out = Reply(*query);
+  OutBytes out = Reply(answered);
   out.U32(11, list->Sequence());
   out.U16(15, count);
   out.U32(17, 9u * count + 8u);
-  ReplyToPending(*query, K3_RESULT_SUCCESS);
-  // Answered: the request must not be completed a second time by the sweep.
+  // Off the list (so the sweep cannot complete it again) before the host
+  // hears of it: its reply callback may reset the line or start the next query.
   state.pending.erase(query);
-  state.listQueryHandle = 0;
+  SendReply(answered.line, answered.requestId, K3_RESULT_SUCCESS);
 }
 
 // ---------------------------------------------------------------------------

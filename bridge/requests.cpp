@@ -174,7 +174,9 @@ int32_t EncListQuery(uint32_t, uint8_t *p, uint32_t size) {
   if (state.listQueryHandle != 0) return kEncListBusy;
   AmhostRequest r(7, 2);
   r.amhost->AddString(211, Device(p).c_str());
-  SendBuilt(0, r.msg, p, 0);
+  // A refused query collects nothing: no record, and the handle stays free.
+  WritePrivateOctets(r.msg);
+  if (!SendUntracked(0, r.msg, p)) return kEncNotSent;
   EventDataRecord list;
   list.SetU16(EventDataRecord::kType, kListRecordType);
   list.SetU32(EventDataRecord::kListInvokeId, InvokeIdOf(r.msg));
@@ -294,15 +296,22 @@ int32_t EncMaintOpen(uint32_t line, uint8_t *p, uint32_t size) {
   if (size != K3_SIZE_MAINT_KIND1) return kEncWrongSize;
   // The data must not stay in the caller's memory: bytes 2..55 are cleared on
   // every path from here, refusal included, the last two of them past the
-  // 54-byte structure (the caller's buffer has room for them).
+  // 54-byte structure (the caller's buffer has room for them). They are
+  // cleared before the send, so that an answer the host hands in from inside
+  // its send callback stays in the structure.
   struct Wipe {
     uint8_t *p;
     ~Wipe() { std::memset(p + 2, 0, 54); }
-  } wipe{p};
+  };
   uint8_t length = p[53];
-  // The data starts at 2 and may run to byte 55, the last the buffer holds.
-  if (length > 54) return kEncBadValue;
-  return SendMaint(line, p, new MAINT(MAINT_LOOPBACK, 0, nullptr, length ? p + 2 : nullptr, length));
+  MAINT *maint;
+  {
+    Wipe wipe{p};
+    // The data starts at 2 and may run to byte 55, the last the buffer holds.
+    if (length > 54) return kEncBadValue;
+    maint = new MAINT(MAINT_LOOPBACK, 0, nullptr, length ? p + 2 : nullptr, length);
+  }
+  return SendMaint(line, p, maint);
 }
 
 int32_t EncMaintRequest(uint32_t line, uint8_t *p, uint32_t size) {
@@ -552,8 +561,7 @@ int32_t DispatchDevSpecific(uint32_t line, uint32_t, uint8_t *p, uint32_t size) 
 }
 
 uint32_t ProcessDevSpecificRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size) {
-  int32_t r = DispatchDevSpecific(line, requestId, block, size);
-  return CompleteRequest(line, requestId, block, size, r);
+  return RunRequest(line, requestId, block, size, DispatchDevSpecific);
 }
 
 }  // namespace k3

@@ -111,6 +111,23 @@
 #define K3_DEVICE_LEN 9
 #define K3_NAME_LEN 33
 
+/* ---- Limits on what the PBX can make the library keep -------------------
+ * What lies beyond a limit is refused, and the first refusal of each kind
+ * after a line open is written to the event log (category 4).
+ *  - K3_MAX_DATA_PATHS: data paths open at once on a line. A startDataPath
+ *    beyond it is not answered and raises no 0x92 event; the path number
+ *    does not advance. 64 is far above what a PBX opens towards one line.
+ *  - K3_MAX_REFERENCES: maintenance references a line remembers from 0x11
+ *    answers. A reference already listed is not listed again, so the limit
+ *    is that of the one-byte reference itself and nothing is ever refused.
+ *  - K3_MAX_LIST_ENTRIES: entries one 0x61 list collects, the range of the
+ *    u16 count that the query's answer and the 0x62 fetch report. Entries
+ *    beyond it are dropped (the count stays exact); each entry is kept cut
+ *    to K3_DEVICE_LEN - 1 characters, as the 0x62 fetch hands it back. */
+#define K3_MAX_DATA_PATHS 64
+#define K3_MAX_REFERENCES 256
+#define K3_MAX_LIST_ENTRIES 65535
+
 #pragma pack(push, 1)
 
 typedef struct { uint16_t wStructType; } K3_DS_HEADER;

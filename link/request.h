@@ -46,8 +46,14 @@ uint32_t InvokeIdOf(const CSTA3V6::CSTAMsg &msg);
 // Takes the line's next invoke id (used up even if the send fails), writes it
 // into the message and hands the message to the host's send callback. Returns
 // the invoke id when the host accepted the message and wantInvokeId is
-// nonzero; 0 otherwise (also when no send callback is registered).
+// nonzero; 0 otherwise (also when no send callback is registered). A tracked
+// send for the request RunRequest is handling lists that request as pending
+// before the callback runs (see ListBeforeSend).
 uint32_t SendRequest(uint32_t line, CSTA3V6::CSTAMsg &msg, void *block, uint32_t wantInvokeId);
+
+// The same send for a request that is not tracked (no pending entry):
+// returns 1 when the host accepted the message, 0 otherwise.
+uint32_t SendUntracked(uint32_t line, CSTA3V6::CSTAMsg &msg, void *block);
 
 // Sends msg under a given invoke id (an answer to the PBX's own invocation
 // reuses that invocation's id). Returns the send callback's result, 0 when

@@ -73,7 +73,7 @@ TEST_F(Inbound, MaintenanceAnswersAndTheStateFlag) {
   Pend(++id, bare);
   Dispatch(Rors(id, 51, EscapeRes(Item(Maint(2, 6)))));
   EXPECT_EQ(bare.Range(4, 17), Cat({B({6}), Bytes(12, 0)}));
-  EXPECT_EQ(k3::Line(0).maintSessions, (std::vector<uint8_t>{5, 5, 5, 5, 6}));
+  EXPECT_EQ(k3::Line(0).maintSessions, (std::vector<uint8_t>{5, 6}));  // a repeated reference is listed once
 
   Pend(++id, loop);
   Dispatch(Rors(id, 51, EscapeRes(Item(Maint(1, 0, B({1, 2, 3}))))));
@@ -173,6 +173,57 @@ TEST_F(Inbound, AListArrivesInThreePartsAndIsFetched) {
   EXPECT_EQ(host.sent[4], std::make_pair(queryId + 2, Roiv(queryId + 2, 51, EscapeArg(Amhost(7, 2, 7)))));
   EXPECT_EQ(ResultFor(39000), ~0u);  // removed without a reply
   EXPECT_EQ(k3::FindEventData(0, k3::Line(0).listQueryHandle)->texts, std::vector<std::string>{"7"});
+}
+
+TEST_F(Inbound, AListQueryThatFailsDoesNotBlockTheNext) {
+  Block query(0x61, 21);
+  auto sendsNext = [&](uint32_t requestId) {
+    size_t before = host.sent.size();
+    k3::ProcessDevSpecificRequest(0, requestId, query.p.get(), query.size);
+    return host.sent.size() == before + 1 && k3::Line(0).listQueryHandle != 0;
+  };
+  // Refused by the host: nothing to collect, nothing held.
+  host.sendReturn = 0;
+  k3::ProcessDevSpecificRequest(0, 1, query.p.get(), query.size);
+  host.sendReturn = 1;
+  EXPECT_EQ(host.replies.back(), std::make_pair(1u, 0xC0000012u));
+  EXPECT_EQ(k3::Line(0).listQueryHandle, 0u);
+  EXPECT_TRUE(k3::Line(0).events.empty());
+
+  // Answered by an error, then by a reject: the record goes with the handle.
+  ASSERT_TRUE(sendsNext(2));
+  Dispatch(Roer(host.sent.back().first));
+  EXPECT_EQ(k3::Line(0).listQueryHandle, 0u);
+  EXPECT_TRUE(k3::Line(0).events.empty());
+  ASSERT_TRUE(sendsNext(3));
+  Dispatch(Rorj(host.sent.back().first + 1));  // another id: the query goes on
+  EXPECT_NE(k3::Line(0).listQueryHandle, 0u);
+  Dispatch(Rorj(host.sent.back().first));
+  EXPECT_EQ(k3::Line(0).listQueryHandle, 0u);
+
+  // Never answered: the handle goes when its record expires.
+  ASSERT_TRUE(sendsNext(4));
+  k3::SweepTimeouts(kNow + 120000);
+  EXPECT_NE(k3::Line(0).listQueryHandle, 0u);
+  k3::SweepTimeouts(kNow + 120001);
+  EXPECT_EQ(k3::Line(0).listQueryHandle, 0u);
+
+  // The last part of an untracked query frees the handle; its list stays
+  // for the fetch.
+  ASSERT_TRUE(sendsNext(5));
+  const uint32_t listSeq = k3::Line(0).listQueryHandle;
+  Dispatch(Roiv(800, 51, EscapeArg(Cat({Amhost(7, 2, 2), Dev211("101")}))));
+  EXPECT_EQ(k3::Line(0).listQueryHandle, 0u);
+  EXPECT_EQ(k3::FindEventData(0, listSeq)->texts, std::vector<std::string>{"101"});
+  // A list fetched while its query still collects ends that query too.
+  ASSERT_TRUE(sendsNext(6));
+  std::vector<uint8_t> fetch(17, 0);
+  fetch[0] = 0x62;
+  const uint32_t seq2 = k3::Line(0).listQueryHandle;
+  std::memcpy(&fetch[2], &seq2, 4);
+  k3::ProcessDevSpecificRequest(0, 7, fetch.data(), 17);
+  EXPECT_EQ(k3::Line(0).listQueryHandle, 0u);
+  EXPECT_TRUE(sendsNext(8));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Unsolicited messages of the PBX: the headers raised, the records stored and
 // the answers sent back.
 #include "inbound_fixture.h"
+#include "kestrel3_structures.h"
 
 namespace inbound_test {
 namespace {
@@ -20,13 +21,6 @@ CSTACommonArguments *PrivateData(const Bytes &octets) {
   item->SetRaw(octets.data(), octets.size());
   item->DecodeData();
   return ext;
-}
-
-CSTAMsg Invoke(uint32_t id, int32_t op, AsnType *arg) {
-  CSTAMsg msg;
-  k3::BuildInvoke(msg, op, arg);
-  k3::SetInvokeId(msg, id);
-  return msg;
 }
 
 using L = LogicalDeviceFeatureEvents;
@@ -107,21 +101,6 @@ CSTAMsg StartPath(uint32_t id, const char *device, bool withPrivate) {
   (arg->object = new CSTAObject)->deviceObject = Device(device);
   if (withPrivate) arg->extensions = PrivateData(B({0xE0, 0x05, 0x07, 0x00, 0x00}));  // element 3, value 7
   return Invoke(id, 110, arg);
-}
-
-CSTAMsg PathMessage(uint32_t id, int32_t op, const std::string &xref, const char *data = "") {
-  auto *x = new IOCrossRefID;
-  x->choiceId = IOCrossRefID::computerProvidedCid;
-  x->computerProvided = new AsnOcts(xref.data(), xref.size());
-  if (op == 111) {
-    auto *arg = new StopDataPathArgument;
-    arg->ioCrossRefID = x;
-    return Invoke(id, op, arg);
-  }
-  auto *arg = new SendDataArgument;
-  arg->ioCrossRefID = x;
-  arg->ioData.Set(data);
-  return Invoke(id, op, arg);
 }
 
 TEST_F(Inbound, DataPathsAreOpenedUsedAndClosed) {
@@ -250,6 +229,65 @@ TEST_F(Inbound, ReferenceEventsForListedReferences) {
   EXPECT_EQ(host.events[1], B({0x13, 0, 3, 0xFF, 0x01, 101, 0, 0xE1, 0x07, 0x3F, 0x00, 0}));
   EXPECT_TRUE(k3::Line(0).events.empty());
   EXPECT_TRUE(host.sent.empty());
+}
+
+TEST_F(Inbound, WhatThePbxMakesALineKeepIsBounded) {
+  auto limitLogs = [] {
+    size_t n = 0;
+    for (const auto &e : k3::Portable().Events()) n += e.category == 4;
+    return n;
+  };
+  // Data paths: the 65th open one is refused (no answer, no event, no path
+  // number used) and logged once; a closed path makes room again.
+  for (uint32_t i = 0; i < K3_MAX_DATA_PATHS; ++i) Dispatch(StartPath(1000 + i, "DP", true));
+  EXPECT_EQ(host.sent.size(), size_t(K3_MAX_DATA_PATHS));
+  EXPECT_EQ(limitLogs(), 0u);
+  Dispatch(StartPath(2000, "DP", true));
+  Dispatch(StartPath(2001, "DP", true));
+  EXPECT_EQ(host.sent.size(), size_t(K3_MAX_DATA_PATHS));
+  EXPECT_EQ(host.events.size(), size_t(K3_MAX_DATA_PATHS));
+  EXPECT_EQ(k3::Line(0).dataPaths.size(), size_t(K3_MAX_DATA_PATHS));
+  EXPECT_EQ(k3::Line(0).dataPathCounter, uint32_t(K3_MAX_DATA_PATHS));
+  EXPECT_EQ(limitLogs(), 1u);
+  Dispatch(PathMessage(2002, 111, std::string("\x05\x00\x00\x00", 4)));
+  Dispatch(StartPath(2003, "DP", true));
+  EXPECT_EQ(host.sent.back(), std::make_pair(2003u, Rors(2003, 110, B({0x30, 8, 0xA1, 6, 0x04, 4, 64, 0, 0, 0}))));
+
+  // References: the same reference answered three times is listed once, so
+  // one close ends its events.
+  Block req(0x11, 17), close(0x14, 3);
+  for (uint32_t id = 34000; id < 34003; ++id) {
+    Pend(id, req);
+    Dispatch(Rors(id, 51, EscapeRes(Item(Maint(2, 9)))));
+  }
+  EXPECT_EQ(k3::Line(0).maintSessions, std::vector<uint8_t>{9});
+  close.p[2] = 9;
+  k3::ProcessDevSpecificRequest(0, 50, close.p.get(), close.size);
+  const size_t events = host.events.size();
+  Dispatch(Roiv(3000, 51, EscapeArg(Maint(2, 9))));
+  EXPECT_EQ(host.events.size(), events);
+
+  // A list stops counting at the u16 count's end: the entries past it are
+  // dropped and logged once; each entry is kept as the fetch hands it back.
+  Block query(0x61, 21);
+  k3::ProcessDevSpecificRequest(0, 60, query.p.get(), query.size);
+  k3::EventDataRecord *list = k3::FindEventData(0, k3::Line(0).listQueryHandle);
+  ASSERT_NE(list, nullptr);
+  Dispatch(Roiv(3001, 51, EscapeArg(Cat({Amhost(7, 2, 6), Dev211("123456789")}))));
+  EXPECT_EQ(list->texts, std::vector<std::string>{"12345678"});
+  list->texts.resize(K3_MAX_LIST_ENTRIES - 1, "1");
+  list->SetU16(k3::EventDataRecord::kListCount, uint16_t(K3_MAX_LIST_ENTRIES - 1));
+  Dispatch(Roiv(3002, 51, EscapeArg(Cat({Amhost(7, 2, 6), Dev211("2"), Dev211("3"), Dev211("4")}))));
+  Dispatch(Roiv(3003, 51, EscapeArg(Cat({Amhost(7, 2, 6), Dev211("5")}))));
+  EXPECT_EQ(list->texts.size(), size_t(K3_MAX_LIST_ENTRIES));
+  EXPECT_EQ(list->texts.back(), "2");
+  EXPECT_EQ(list->U16(k3::EventDataRecord::kListCount), 0xFFFF);
+  EXPECT_EQ(limitLogs(), 2u);
+
+  // A line open starts the log afresh.
+  k3::LineReset(0);
+  for (uint32_t i = 0; i <= K3_MAX_DATA_PATHS; ++i) Dispatch(StartPath(4000 + i, "DP", true));
+  EXPECT_EQ(limitLogs(), 3u);
 }
 
 }  // namespace

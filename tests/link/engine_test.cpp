@@ -146,6 +146,44 @@ TEST_F(LinkEngine, EventDataStoreFetchAndExpiry) {
   EXPECT_EQ(k3::StoreEventData(0, r), 3u);  // the counter is library-wide and keeps rising
 }
 
+TEST_F(LinkEngine, LifetimesHoldAcrossTheTickWrap) {
+  // A request sent 64 s before the 32-bit tick wraps, and one sent at its
+  // last value: neither fails early, each fails once its 90 s are over.
+  k3::Portable().SetTick(0xFFFF0000u);
+  k3::CompleteRequest(0, 1, block_, 8, 40000);
+  k3::Portable().SetTick(0xFFFFFFFFu);
+  k3::CompleteRequest(0, 2, block_, 8, 40001);
+  k3::SweepTimeouts(0xFFFF0000u + 10000);  // past the wrap
+  k3::SweepTimeouts(0xFFFF0000u + 90000);
+  EXPECT_TRUE(g_replies.empty());
+  k3::SweepTimeouts(0xFFFF0000u + 90001);
+  EXPECT_EQ(g_replies, (std::vector<Reply>{{0, 1, 0xC0000012}}));
+  k3::SweepTimeouts(89999);
+  EXPECT_EQ(g_replies.size(), 1u);
+  k3::SweepTimeouts(90000);  // 90001 ms after 0xFFFFFFFF
+  EXPECT_EQ(g_replies, (std::vector<Reply>{{0, 1, 0xC0000012}, {0, 2, 0xC0000012}}));
+
+  // A sweep whose tick was taken just before a request was listed.
+  k3::Portable().SetTick(5000);
+  k3::CompleteRequest(0, 3, block_, 8, 40002);
+  k3::SweepTimeouts(4990);
+  EXPECT_EQ(k3::Line(0).pending.size(), 1u);
+
+  // Event data stored 256 ms before the wrap lives its 120 s across it.
+  k3::Portable().SetTick(0xFFFFFF00u);
+  uint32_t seq = k3::StoreEventData(0, EventDataRecord());
+  k3::SweepTimeouts(0xFFFFFF00u + 10000);
+  k3::SweepTimeouts(0xFFFFFF00u + 120000);
+  EXPECT_EQ(k3::HasEventData(0, seq), 1u);
+  k3::SweepTimeouts(0xFFFFFF00u + 120001);
+  EXPECT_EQ(k3::HasEventData(0, seq), 0u);
+  // And one stored at the wrap's other side, swept by a tick from before it.
+  k3::Portable().SetTick(3);
+  seq = k3::StoreEventData(0, EventDataRecord());
+  k3::SweepTimeouts(0xFFFFFFF0u);
+  EXPECT_EQ(k3::HasEventData(0, seq), 1u);
+}
+
 TEST_F(LinkEngine, LineResetDropsEverythingWithoutReplies) {
   k3::CompleteRequest(0, 1, block_, 8, 33000);
   k3::StoreEventData(0, EventDataRecord());
