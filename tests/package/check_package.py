@@ -218,6 +218,17 @@ def main():
             rc, out = run([gcc, "-std=c11", "-Wall", "-Werror", "-O2", "-I", inc, src, "-L", lib, "-lKestrel3",
                            "-o", os.path.join(bin_, exe)])
             check(rc == 0, "building %s: %s" % (exe, out))
+        # The minimal host printed in HOST.md, as it stands there.
+        guide = open(os.path.join(pkg, "HOST.md")).read()
+        example = re.search(r"## 12\..*?```c\n(.*?)```", guide, re.S)
+        if check(example, "HOST.md has no C example in section 12"):
+            with open(os.path.join(work, "guide.c"), "w") as f:
+                f.write(example.group(1))
+            rc, out = run([gcc, "-std=c11", "-Wall", "-Werror", "-Wno-unused-variable", "-I", inc,
+                           os.path.join(work, "guide.c"), "-L", lib, "-lKestrel3", "-o", os.path.join(bin_, "guide.exe")])
+            if check(rc == 0, "building the HOST.md example: " + out):
+                rc, out = run([WINE, "guide.exe"], cwd=bin_)
+                check(rc == 0, "the HOST.md example exited with %d %s" % (rc, out))
         rc, out = run([WINE, "k3_demo.exe"], cwd=bin_)
         check(rc == 0 and '"1, 1, 0, 13" (12 bytes written)' in out and "unloaded" in out, "k3_demo: %d %s" % (rc, out))
         rc, out = run([WINE, "direct.exe"], cwd=bin_)
