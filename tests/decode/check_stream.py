@@ -5,6 +5,7 @@ themselves (tag, length, first INTEGERs), not taken from the decoder; then the
 stream is damaged in known places and the decoder must report exactly those and
 still find every other message."""
 import os
+import random
 import re
 import subprocess
 import sys
@@ -188,6 +189,23 @@ def main():
     lines = summary_lines(out)
     found = {int(l.split()[0][1:]) for l in lines if "skipped" not in l and "decode error" not in l}
     check(rc == 1 and set(offsets) - found == {offsets[j]}, "bad length: lost %s" % sorted(set(offsets) - found))
+
+    # Damage anywhere: every octet of the stream is accounted for exactly once, in
+    # order (a message, a failed frame, or a skip), and the program never crashes.
+    rnd = random.Random(14)
+    for trial in range(25):
+        broken = bytearray(stream)
+        for _ in range(rnd.randint(1, 12)):
+            broken[rnd.randrange(len(broken))] = rnd.randrange(256)
+        rc, out, err = decode(exe, ["--stream", "--summary", "FILE"], bytes(broken))
+        pos, ok = 0, rc in (0, 1)
+        for l in summary_lines(out):
+            m = re.match(r"@(\d+) (?:skipped \d+ octets to (\d+)|(\d+) )", l)
+            if not m or int(m.group(1)) != pos:
+                ok = False
+                break
+            pos = int(m.group(2)) if m.group(2) else pos + int(m.group(3))
+        check(ok and pos == len(broken), "damaged stream %d: exit %d, accounted to %d of %d %s" % (trial, rc, pos, len(broken), err[-300:]))
 
     # 6. Exit status 2 for usage and input errors; the single-message mode still
     #    reads one message and tells of octets after it.

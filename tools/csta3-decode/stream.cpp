@@ -201,7 +201,9 @@ StreamStats DecodeStream(const unsigned char *data, size_t len, const PrintOptio
     }
     ++stats.skippedRegions;
     stats.skippedOctets += next - off;
-    out << "@" << off << " skipped " << next - off << " octets to " << next << ": " << OneLine(err.str()) << "\n";
+    std::string why = OneLine(err.str());
+    out << "@" << off << " skipped " << next - off << " octets to " << next << ": "
+        << (why.empty() ? "decode error " + std::to_string(rc) : why) << "\n";
     off = next;
   }
   PrintSummary(stats, len, out);
