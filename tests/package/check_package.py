@@ -19,17 +19,14 @@ import tempfile
 import zipfile
 import zlib
 
+# The shipped DLL's expected exports and imports, and how they are read.
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "boundary"))
+from check_image import EXPORTS, SYSTEM_DLLS, read_image  # noqa: E402
+
 WINE = os.environ.get("WINE", "/usr/lib/wine/wine64")
 # llvm-14 and lld-14 keep their programs here; the unversioned names are optional packages.
 os.environ["PATH"] = "/usr/lib/llvm-14/bin" + os.pathsep + os.environ.get("PATH", "")
 MINGW = "x86_64-w64-mingw32"
-EXPORTS = {
-    "fn_vrt_lineOpenAndSelectExtVersion", "fn_vrt_lineDevSpecific", "fn_vrt_lineDevSpecificFeature",
-    "fn_vrt_CSTAfromVorta", "fn_vrt_MonitorStart", "fn_vrt_MonitorStop", "fn_vrt_MonitorClear",
-    "fn_vrt_phoneOpenAndSelectExtVersion", "fn_vrt_phoneDevSpecific", "fn_DLL_GetVersionOfDll",
-    "fn_DLL_GetVersionOfLib2", "fn_DLL_GetVersionOfLib3",
-}
-SYSTEM_DLLS = {"kernel32.dll", "user32.dll", "advapi32.dll", "version.dll", "msvcrt.dll", "ntdll.dll"}
 FILES = [
     "bin/Kestrel3.dll", "bin/Kestrel3.dll.debug", "bin/csta3-decode.exe", "bin/k3-scenario.exe",
     "lib/libKestrel3.dll.a", "lib/Kestrel3.lib", "lib/Kestrel3.def", "lib/libk3asn.a", "lib/libk3csta3.a",
@@ -183,16 +180,7 @@ def main():
         image = open(dll, "rb").read()
         check(len(image) < 5 * 1024 * 1024, "Kestrel3.dll is %d bytes" % len(image))
         objdump = MINGW + "-objdump"
-        rc, out = run([objdump, "-p", "-h", dll])
-        lines = out.splitlines()
-        imports = {l.split("DLL Name:")[1].strip().lower() for l in lines if "DLL Name:" in l}
-        start = next((i for i, l in enumerate(lines) if "[Ordinal/Name Pointer] Table" in l), len(lines))
-        exports = set()
-        for l in lines[start + 1:]:
-            l = l.strip()
-            if not l.startswith("["):
-                break
-            exports.add(l.split("]", 1)[1].strip())
+        exports, imports, lines = read_image(objdump, dll)
         check(exports == EXPORTS, "exports: extra %s, missing %s" % (sorted(exports - EXPORTS), sorted(EXPORTS - exports)))
         check(imports and imports <= SYSTEM_DLLS, "imports beyond the system DLLs: %s" % sorted(imports - SYSTEM_DLLS))
         sections = {l.split()[1] for l in lines if re.match(r"^\s+\d+ \.", l)}
