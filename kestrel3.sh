@@ -5,6 +5,7 @@
 #   ./kestrel3.sh build           build everything (build/native, build/native-asan, build/windows)
 #   ./kestrel3.sh fuzz [SECONDS] [TARGET]   build the libFuzzer targets and run each (default 60 s)
 #   ./kestrel3.sh bench           build and run the native benchmarks
+#   ./kestrel3.sh package         build the Windows release and write dist/Kestrel3-<version>-win64.zip
 set -euo pipefail
 cd "$(dirname "$0")"
 ROOT=$(pwd)
@@ -12,6 +13,8 @@ JOBS=${JOBS:-$(nproc)}
 
 PACKAGES=(cmake ninja-build g++ clang libclang-rt-14-dev googletest libbenchmark-dev python3
           g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64)
+# The release package: llvm-dlltool writes Kestrel3.lib; lld-link checks it.
+PACKAGES+=(llvm-14 lld-14)
 
 log() { printf '== %s\n' "$*"; }
 
@@ -51,6 +54,15 @@ build_all() {
   configure_build windows
 }
 
+# The release build and its package, then the package used as a host author would.
+package() {
+  configure_build windows-release --target k3-package
+}
+check_package() {
+  log "tests: package"
+  python3 tests/package/check_package.py dist/Kestrel3-*-win64.zip
+}
+
 run_tests() {
   local preset=$1
   log "tests: $preset"
@@ -66,6 +78,7 @@ case "$cmd" in
     run_tests native
     run_tests native-asan
     run_tests windows
+    package; check_package
     log "all tests passed" ;;
   demo)
     setup; configure_build windows
@@ -85,9 +98,11 @@ case "$cmd" in
       log "fuzz: $name for $secs s"
       "$f" -max_total_time="$secs" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 "$corpus" $seeds
     done ;;
+  package)
+    setup; package ;;
   bench)
     setup; configure_build native
     for b in build/native/bench-*; do [ -x "$b" ] && "$b"; done ;;
   *)
-    echo "usage: $0 {demo|test|build|fuzz [SECONDS] [TARGET]|bench}" >&2; exit 2 ;;
+    echo "usage: $0 {demo|test|build|fuzz [SECONDS] [TARGET]|bench|package}" >&2; exit 2 ;;
 esac

@@ -13,18 +13,24 @@ EXPORTS = {
 SYSTEM_DLLS = {"kernel32.dll", "user32.dll", "advapi32.dll", "version.dll", "msvcrt.dll", "ntdll.dll"}
 
 
-def main():
-    objdump, dll = sys.argv[1], sys.argv[2]
+def read_image(objdump, dll):
+    """(exports, imported DLL names in lower case, objdump -p -h lines) of a PE image."""
     text = subprocess.run([objdump, "-p", "-h", dll], capture_output=True, text=True, check=True).stdout
     lines = text.splitlines()
     imports = {l.split("DLL Name:")[1].strip().lower() for l in lines if "DLL Name:" in l}
-    start = next(i for i, l in enumerate(lines) if "[Ordinal/Name Pointer] Table" in l)
+    start = next((i for i, l in enumerate(lines) if "[Ordinal/Name Pointer] Table" in l), len(lines))
     exports = set()
     for l in lines[start + 1:]:
         l = l.strip()
         if not l.startswith("["):
             break
         exports.add(l.split("]", 1)[1].strip())
+    return exports, imports, lines
+
+
+def main():
+    objdump, dll = sys.argv[1], sys.argv[2]
+    exports, imports, lines = read_image(objdump, dll)
     ok = True
     if exports != EXPORTS:
         print("exports differ: extra", sorted(exports - EXPORTS), "missing", sorted(EXPORTS - exports))

@@ -1,21 +1,27 @@
-// csta3-decode: prints one BER-encoded CSTAMsg.
-//   csta3-decode [--tagged] [--reencode] FILE      binary octets from FILE
-//   csta3-decode [--tagged] [--reencode] --hex     hex text from standard input
+// csta3-decode: prints BER-encoded CSTAMsg octets: one message, or with --stream
+// many back to back, as a link capture holds them.
+//   csta3-decode [--tagged] [--reencode] [--stream] [--summary] FILE   binary octets ("-": standard input)
+//   csta3-decode [--tagged] [--reencode] [--stream] [--summary] --hex  hex text from standard input
+// Exit status: 0 every message decoded, 1 some did not, 2 usage or input error.
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <sstream>
 #include <string>
 #include <vector>
 
-#include "csta3_model.h"
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#endif
+
+#include "tools/csta3-decode/stream.h"
 
 namespace {
 
 int Usage() {
-  std::cerr << "usage: csta3-decode [--tagged] [--reencode] (--hex | FILE)\n";
+  std::cerr << "usage: csta3-decode [--tagged] [--reencode] [--stream] [--summary] (--hex | FILE | -)\n";
   return 2;
 }
 
@@ -53,16 +59,22 @@ bool ParseHex(const std::string &text, std::vector<unsigned char> &out) {
 }  // namespace
 
 int main(int argc, char **argv) {
-  bool tagged = false, reencode = false, hex = false;
+  std::ios::sync_with_stdio(false);
+  k3decode::PrintOptions opt;
+  bool hex = false, stream = false;
   const char *file = nullptr;
   for (int i = 1; i < argc; ++i) {
     if (!std::strcmp(argv[i], "--tagged")) {
-      tagged = true;
+      opt.tagged = true;
     } else if (!std::strcmp(argv[i], "--reencode")) {
-      reencode = true;
+      opt.reencode = true;
+    } else if (!std::strcmp(argv[i], "--summary")) {
+      opt.summary = true;
+    } else if (!std::strcmp(argv[i], "--stream")) {
+      stream = true;
     } else if (!std::strcmp(argv[i], "--hex")) {
       hex = true;
-    } else if (argv[i][0] == '-' || file) {
+    } else if ((argv[i][0] == '-' && argv[i][1] != '\0') || file) {
       return Usage();
     } else {
       file = argv[i];
@@ -77,6 +89,11 @@ int main(int argc, char **argv) {
       std::cerr << "csta3-decode: input is not hex text\n";
       return 2;
     }
+  } else if (!std::strcmp(file, "-")) {
+#ifdef _WIN32
+    _setmode(_fileno(stdin), _O_BINARY);
+#endif
+    octets.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
   } else {
     std::ifstream in(file, std::ios::binary);
     if (!in) {
@@ -86,27 +103,10 @@ int main(int argc, char **argv) {
     octets.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   }
 
-  using namespace CSTA3V6;
-  CSTAMsg msg;
-  std::ostringstream err;
-  AsnLen used = 0;
-  int rc = DecodeFrom(octets.data(), octets.size(), msg, err, &used);
-  if (rc != 0) {
-    std::cout << err.str() << "decode error " << rc << "\n";
-    return 1;
+  if (!stream) return k3decode::DecodeOne(octets.data(), octets.size(), opt, std::cout);
+  if (octets.empty()) {
+    std::cerr << "csta3-decode: the stream is empty\n";
+    return 2;
   }
-  AsnPrintStream ps(std::cout, tagged);
-  ps << msg;
-  ps.Newline();
-  if (used != octets.size()) std::cout << "(" << octets.size() - used << " octets after the message ignored)\n";
-  if (reencode) {
-    std::vector<unsigned char> enc = EncodeToVector(msg);
-    for (size_t i = 0; i < enc.size(); ++i) {
-      char b[4];
-      std::snprintf(b, sizeof b, "%02X", enc[i]);
-      std::cout << (i ? " " : "") << b;
-    }
-    std::cout << "\n";
-  }
-  return 0;
+  return k3decode::DecodeStream(octets.data(), octets.size(), opt, std::cout).Errors() ? 1 : 0;
 }
