@@ -8,7 +8,8 @@ namespace CSTA3V6 {
 
 void AsnFragStack::Push(const unsigned char *data, size_t len) {
   if (used == capacity) {
-    size_t newCap = capacity == 0 ? kFirstCapacity : capacity + kGrowth;
+    // Geometric growth keeps a string of many tiny fragments linear to collect.
+    size_t newCap = capacity == 0 ? kFirstCapacity : 2 * capacity;
     AsnFragment *grown = new AsnFragment[newCap];
     if (used) std::memcpy(grown, entries, used * sizeof(AsnFragment));
     delete[] entries;
@@ -39,24 +40,34 @@ void AsnCollectFragments(AsnBuf &b, AsnLen len, AsnLen &bytesDecoded, bool bitSt
 
   // Nested constructed fragments are walked with an explicit stack of frames
   // rather than by recursion, so deep nesting in hostile input cannot exhaust
-  // the call stack.
+  // the call stack. end is where the frame must stop: its own end for a
+  // definite length, else its parent's (the data's end for the outermost).
   struct Frame {
     AsnLen len;
     AsnLen consumed;
+    const unsigned char *end;
+  };
+  auto frameEnd = [&b](AsnLen l, const unsigned char *parentEnd) -> const unsigned char * {
+    if (l == INDEFINITE_LEN || size_t(l) >= size_t(parentEnd - b.readLoc)) return parentEnd;
+    return b.readLoc + l;
   };
   std::vector<Frame> outer;
-  Frame cur{len, 0};
+  Frame cur{len, 0, frameEnd(len, b.dataEnd)};
   for (;;) {
     bool frameDone = false;
     if (cur.len != INDEFINITE_LEN) {
       frameDone = cur.consumed >= cur.len;
-    } else if (b.PeekByte() == 0) {
+    } else if (b.readLoc < cur.end && *b.readLoc == 0) {
       // End-of-contents: only the first octet ends the list; a bad or missing
-      // second octet is reported and passed over.
+      // second octet is reported and passed over (and not counted if missing).
       b.GetByte();
-      unsigned char second = b.GetByte();
-      if (second != 0 || b.readError) std::cerr << "Warning - second octet of EOC not zero" << std::endl;
-      cur.consumed += 2;
+      cur.consumed += 1;
+      if (b.readLoc < cur.end) {
+        cur.consumed += 1;
+        if (b.GetByte() != 0) std::cerr << "Warning - second octet of EOC not zero" << std::endl;
+      } else {
+        std::cerr << "Warning - second octet of EOC not zero" << std::endl;
+      }
       frameDone = true;
     }
 
@@ -69,12 +80,16 @@ void AsnCollectFragments(AsnBuf &b, AsnLen len, AsnLen &bytesDecoded, bool bitSt
       continue;
     }
 
+    // A fragment is due: the data ending here is the tag's fault (-22); a frame
+    // ending here while the data goes on is the fragment running past it.
+    if (b.readLoc >= cur.end && cur.end < b.dataEnd) AsnThrow(-15);
     AsnLen hdr = 0;
     AsnTag tag = BDecTag(b, hdr);
     AsnLen elmtLen = BDecLen(b, hdr);
     cur.consumed += hdr;
+    if (b.readLoc > cur.end) AsnThrow(-15);
     if (tag == primTag) {
-      if (elmtLen > b.Remaining()) AsnThrow(-15);
+      if (size_t(elmtLen) > size_t(cur.end - b.readLoc)) AsnThrow(-15);
       const unsigned char *p = b.readLoc;
       size_t n = elmtLen;
       if (bitString) {
@@ -87,8 +102,9 @@ void AsnCollectFragments(AsnBuf &b, AsnLen len, AsnLen &bytesDecoded, bool bitSt
       b.readLoc += elmtLen;
       cur.consumed += elmtLen;
     } else if (tag == consTag) {
+      if (elmtLen != INDEFINITE_LEN && size_t(elmtLen) > size_t(cur.end - b.readLoc)) AsnThrow(-15);
       outer.push_back(cur);
-      cur = Frame{elmtLen, 0};
+      cur = Frame{elmtLen, 0, frameEnd(elmtLen, cur.end)};
     } else {
       AsnThrow(-16);
     }

@@ -19,8 +19,7 @@ struct AsnFragment {
 // start of every constructed-string decode; the array is kept for the next one.
 class AsnFragStack {
  public:
-  static constexpr size_t kFirstCapacity = 128;
-  static constexpr size_t kGrowth = 64;
+  static constexpr size_t kFirstCapacity = 128;  // doubled whenever full
 
   AsnFragment *entries = nullptr;
   size_t capacity = 0;
@@ -50,9 +49,11 @@ AsnFragStack &AsnThreadFragStack();
 // inner tag and length of the first fragment being next in b. bitString: the
 // fragments are 0x03/0x23 and each primitive one starts with an unused-bits
 // octet (kept in lastUnusedBits, not in the fragment). Adds the octets read to
-// bytesDecoded. Throws -15 (fragment runs past the data), -16 (other inner tag),
-// -1 (BIT STRING fragment without its unused-bits octet), and the tag and
-// length codes.
+// bytesDecoded, which never exceeds the octets really read. Throws -15 (a
+// fragment runs past the data or past the definite length of a constructed
+// string around it), -16 (other inner tag), -1 (BIT STRING fragment without its
+// unused-bits octet), -22 (data ends where a fragment's tag or the
+// end-of-contents is due) and the length codes.
 void AsnCollectFragments(AsnBuf &b, AsnLen len, AsnLen &bytesDecoded, bool bitString);
 
 }  // namespace CSTA3V6

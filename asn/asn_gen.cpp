@@ -77,22 +77,26 @@ AsnLen EncMember(const GenField &f, const GenOps *ops, const AsnType *v, AsnBuf 
   return l;
 }
 
-// Decodes a member whose tag (already matched) is in hand.
-void DecMember(const GenField &f, const GenOps *ops, AsnType *v, AsnBuf &b, AsnTag tag, AsnLen &local,
-               int errLength) {
-  AsnLen len = BDecLen(b, local);
+// Decodes a member whose tag (already matched) and length are in hand; every
+// explicitly tagged member, SEQUENCE component or CHOICE alternative, goes
+// through here, so its wrapper's length is always checked.
+void DecMemberBody(const GenField &f, const GenOps *ops, AsnType *v, AsnBuf &b, AsnTag tag, AsnLen len,
+                   AsnLen &local, int errLength) {
   if (f.flags & GF_EXPLICIT) {
     AsnLen inner = 0;
     ops->dec(v, b, inner);
-    if (len == INDEFINITE_LEN) {
-      BDecEoc(b, inner);
-    } else if (inner != len) {
-      AsnFail(b, "ERROR - Length discrepancy on sequence.", errLength);
-    }
+    GenExplicitEnd(b, len, inner, errLength);
     local += inner;
   } else {
     ops->decContent(v, b, tag, len, local);
   }
+}
+
+// As DecMemberBody, reading the length first.
+void DecMember(const GenField &f, const GenOps *ops, AsnType *v, AsnBuf &b, AsnTag tag, AsnLen &local,
+               int errLength) {
+  AsnLen len = BDecLen(b, local);
+  DecMemberBody(f, ops, v, b, tag, len, local, errLength);
 }
 
 bool AtEnd(AsnBuf &b, AsnLen len, AsnLen local) {
@@ -114,6 +118,14 @@ AsnLen GenPutTag(AsnBuf &b, AsnTag tag) {
   }
   b.PutSegRvs(o, n);
   return AsnLen(n);
+}
+
+void GenExplicitEnd(AsnBuf &b, AsnLen len, AsnLen &inner, int errLength) {
+  if (len == INDEFINITE_LEN) {
+    BDecEoc(b, inner);
+  } else if (inner != len) {
+    AsnFail(b, "ERROR - Length discrepancy on sequence.", errLength);
+  }
 }
 
 AsnLen GenTaggedBEnc(AsnBuf &b, AsnTag tag, AsnLen contentLen) {
@@ -291,7 +303,12 @@ void GenSeqBDecContent(const GenSeqInfo &ti, AsnType *obj, AsnBuf &b, AsnTag, As
     }
   }
   if (len == INDEFINITE_LEN) {
-    if (inHand) AsnFail(b, "ERROR - Length discrepancy on sequence.", ti.errLength);
+    // Whatever follows the last component must be the end-of-contents (-12),
+    // whether or not its tag was already read in the hope of a component.
+    if (inHand) {
+      b.readLoc = const_cast<unsigned char *>(tagStart);
+      local -= tagOctets;
+    }
     BDecEoc(b, local);
   } else if (inHand || local != len) {
     AsnFail(b, "ERROR - Length discrepancy on sequence.", ti.errLength);
@@ -369,60 +386,38 @@ AsnLen GenChoiceBEnc(const GenChoiceInfo &ti, const AsnType *obj, AsnBuf &b) {
 
 namespace {
 
-void ChoiceDispatch(const GenChoiceInfo &ti, AsnType *obj, AsnBuf &b, AsnTag tag, AsnLen &local) {
+// Makes the alternative of tag the chosen one, fresh and empty; its index.
+uint16_t ChoiceSelect(const GenChoiceInfo &ti, AsnType *obj, AsnBuf &b, AsnTag tag) {
   for (uint16_t i = 0; i < ti.count; ++i) {
-    const GenField &f = ti.alts[i];
-    if (!TagMatches(f, tag)) continue;
+    if (!TagMatches(ti.alts[i], tag)) continue;
     GenChoiceFree(ti, obj);
     SetChoiceId(ti, obj, i);
-    AsnType *v = f.ops->create();
-    ChoiceAlt(ti, obj) = v;
-    if (f.tag == 0) {
-      // Untagged CHOICE alternative: the tag in hand is its alternative's tag.
-      AsnLen len = BDecLen(b, local);
-      f.ops->decContent(v, b, tag, len, local);
-    } else {
-      DecMember(f, f.ops, v, b, tag, local, ti.errChoice);
-    }
-    return;
+    ChoiceAlt(ti, obj) = ti.alts[i].ops->create();
+    return i;
   }
   AsnFail(b, "ERROR - unexpected tag in CHOICE", ti.errChoice);
 }
 
 }  // namespace
 
+// An alternative decodes as a SEQUENCE component does (DecMemberBody); an
+// untagged CHOICE alternative (tag 0) takes the tag in hand as its own
+// alternative's tag, as an implicitly tagged one does.
 void GenChoiceBDecContent(const GenChoiceInfo &ti, AsnType *obj, AsnBuf &b, AsnTag tag, AsnLen len,
                           AsnLen &bytesDecoded) {
+  AsnLen local = 0;
   if (!ti.ownTag) {
     // The tag and length in hand belong to the alternative.
-    AsnLen local = 0;
-    const GenField *f = nullptr;
-    for (uint16_t i = 0; i < ti.count; ++i)
-      if (TagMatches(ti.alts[i], tag)) {
-        f = &ti.alts[i];
-        GenChoiceFree(ti, obj);
-        SetChoiceId(ti, obj, i);
-        AsnType *v = f->ops->create();
-        ChoiceAlt(ti, obj) = v;
-        if (f->flags & GF_EXPLICIT) {
-          AsnLen inner = 0;
-          f->ops->dec(v, b, inner);
-          if (len == INDEFINITE_LEN) BDecEoc(b, inner);
-          local += inner;
-        } else {
-          f->ops->decContent(v, b, tag, len, local);
-        }
-        break;
-      }
-    if (!f) AsnFail(b, "ERROR - unexpected tag in CHOICE", ti.errChoice);
-    bytesDecoded += local;
-    return;
+    const GenField &f = ti.alts[ChoiceSelect(ti, obj, b, tag)];
+    DecMemberBody(f, f.ops, ChoiceAlt(ti, obj), b, tag, len, local, ti.errChoice);
+  } else {
+    // Tagged CHOICE: the content is one alternative with its own tag, and it
+    // must fill the CHOICE's own length exactly.
+    AsnTag altTag = BDecTag(b, local);
+    const GenField &f = ti.alts[ChoiceSelect(ti, obj, b, altTag)];
+    DecMember(f, f.ops, ChoiceAlt(ti, obj), b, altTag, local, ti.errChoice);
+    GenExplicitEnd(b, len, local, ti.errChoice);
   }
-  // Tagged CHOICE: the content is one alternative with its own tag.
-  AsnLen local = 0;
-  AsnTag inner = BDecTag(b, local);
-  ChoiceDispatch(ti, obj, b, inner, local);
-  if (len == INDEFINITE_LEN) BDecEoc(b, local);
   bytesDecoded += local;
 }
 

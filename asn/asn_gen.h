@@ -139,6 +139,12 @@ void GenChoiceBDecContent(const GenChoiceInfo &ti, AsnType *obj, AsnBuf &b, AsnT
                           AsnLen &bytesDecoded);
 void GenChoicePrint(const GenChoiceInfo &ti, const AsnType *obj, AsnPrintStream &os);
 
+// End of an explicitly tagged inner encoding whose wrapper had length len and
+// of which inner octets were decoded: the end-of-contents when len is
+// indefinite (-12), else inner must equal len ("ERROR - Length discrepancy on
+// sequence.", errLength).
+void GenExplicitEnd(AsnBuf &b, AsnLen len, AsnLen &inner, int errLength);
+
 // Tags and lists of generated types.
 AsnLen GenPutTag(AsnBuf &b, AsnTag tag);
 // A class with a tag of its own around a content codec (lists, retagged primitives).

@@ -11,6 +11,9 @@
 
 namespace CSTA3V6 {
 
+// A definite-length list whose elements do not end exactly at its length.
+constexpr int kAsnListLength = -58;
+
 template <class T>
 class AsnList : public AsnType {
  public:
@@ -72,7 +75,8 @@ class AsnList : public AsnType {
   }
 
   // Elements until len octets are consumed, or up to the end-of-contents octets
-  // when len is indefinite. Decoded elements are appended to what is there.
+  // when len is indefinite. Decoded elements are appended to what is there. An
+  // element that runs past a definite length throws kAsnListLength.
   void BDecContent(AsnBuf &b, AsnTag /*tagId*/, AsnLen len, AsnLen &bytesDecoded) {
     AsnLen local = 0;
     if (len == INDEFINITE_LEN) {
@@ -80,6 +84,7 @@ class AsnList : public AsnType {
       BDecEoc(b, local);
     } else {
       while (local < len) Append()->BDec(b, local);
+      if (local != len) AsnThrow(kAsnListLength);
     }
     bytesDecoded += local;
   }
@@ -130,15 +135,10 @@ class AsnList : public AsnType {
   const_iterator end() const { return const_iterator(nullptr); }
 
  private:
-  // Each source element is found by a walk from the first node, which makes the
-  // copy quadratic; the lists of this model are short.
+  // One walk along the source: the copy is linear in the list's length.
   void CopyFrom(const AsnList &o) {
     RemoveAll();
-    for (uint64_t i = 0; i < o.count; ++i) {
-      const Node *n = o.first;
-      for (uint64_t j = 0; j < i; ++j) n = n->next;
-      *Append() = n->elmt;
-    }
+    for (const Node *n = o.first; n; n = n->next) *Append() = n->elmt;
   }
 };
 

@@ -1,4 +1,6 @@
-// Encode and decode costs of the primitive classes and of a tag+length header.
+// Encode and decode costs of the primitive classes and of a tag+length header,
+// and the two shapes whose cost must stay linear in their size: a constructed
+// string of many empty fragments and the copy of a long list.
 #include <benchmark/benchmark.h>
 
 #include <sstream>
@@ -56,6 +58,32 @@ std::vector<unsigned char> ConstructedOcts(size_t n) {
   out.push_back(0);
   out.push_back(0);
   return out;
+}
+
+// Indefinite-length constructed string of empty fragments, about n octets long.
+std::vector<unsigned char> EmptyFragments(size_t n) {
+  std::vector<unsigned char> out = {0x24, 0x80};
+  for (size_t i = 0; i + 4 <= n; i += 2) {
+    out.push_back(0x04);
+    out.push_back(0x00);
+  }
+  out.push_back(0);
+  out.push_back(0);
+  return out;
+}
+
+void BM_OctsDecodeEmptyFragments(benchmark::State &state) {
+  DecodeLoop<AsnOcts>(state, EmptyFragments(size_t(state.range(0))));
+  state.SetBytesProcessed(int64_t(state.iterations()) * state.range(0));
+}
+void BM_ListCopy(benchmark::State &state) {
+  AsnList<AsnInt> src;
+  for (int64_t i = 0; i < state.range(0); ++i) *src.Append() = AsnInt(int32_t(i));
+  for (auto _ : state) {
+    AsnList<AsnInt> copy(src);
+    benchmark::DoNotOptimize(copy.last);
+  }
+  state.SetItemsProcessed(int64_t(state.iterations()) * state.range(0));
 }
 
 void BM_IntEncode(benchmark::State &state) { EncodeLoop(state, AsnInt(int32_t(state.range(0)))); }
@@ -119,6 +147,8 @@ BENCHMARK(BM_IntDecode)->Arg(5)->Arg(-8388609);
 BENCHMARK(BM_OctsEncode)->Arg(64)->Arg(1024);
 BENCHMARK(BM_OctsDecodePrimitive)->Arg(64)->Arg(1024);
 BENCHMARK(BM_OctsDecodeConstructed)->Arg(64)->Arg(1024);
+BENCHMARK(BM_OctsDecodeEmptyFragments)->Arg(200 << 10)->Arg(800 << 10)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ListCopy)->Arg(1000)->Arg(40000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_BitsEncode)->Arg(32);
 BENCHMARK(BM_BitsDecode)->Arg(32);
 BENCHMARK(BM_OidFromArcs);

@@ -37,10 +37,12 @@ void PrintBoth(const AsnType &v) {
 template <class T, class Eq>
 void RoundTrip(const uint8_t *data, size_t size, Eq eq) {
   T v;
-  if (DecodeFrom(data, size, v, nullOut) != 0) {
+  AsnLen consumed = 0;
+  if (DecodeFrom(data, size, v, nullOut, &consumed) != 0) {
     PrintBoth(v);  // a partly decoded value must still print and free cleanly
     return;
   }
+  Check(consumed <= size);
   PrintBoth(v);
   std::vector<unsigned char> enc;
   Check(EncodeToVector(v, enc));

@@ -1,5 +1,6 @@
 // Decodes arbitrary octets as a CSTAMsg; what decodes is printed (both forms),
-// copied and re-encoded, and the re-encoding must decode to the same octets.
+// copied and re-encoded, and the re-encoding must decode to the same octets. A
+// decode never reports more octets than it was given.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -12,7 +13,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   using namespace CSTA3V6;
   std::ostringstream err;
   CSTAMsg msg;
-  if (DecodeFrom(data, size, msg, err) != 0) return 0;
+  AsnLen used = 0;
+  int rc = DecodeFrom(data, size, msg, err, &used);
+  if (rc == 0 && used > size) std::abort();
+  if (rc != 0) return 0;
   (void)AsnPrintToString(msg);
   (void)AsnPrintToString(msg, true);
   CSTAMsg copy(msg);

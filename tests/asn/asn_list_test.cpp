@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <ctime>
+
 #include "asn/asn.h"
 #include "tests/asn/asn_test_util.h"
 
@@ -116,12 +118,60 @@ TEST(AsnList, EncodeAndDecodeDefiniteAndIndefinite) {
   IntSeqOf h;
   EXPECT_EQ(k3test::Dec(Bytes{0x30, 0x06, 0x02, 0x01, 0x05, 0x04, 0x01, 0x00}, h), -53);
   EXPECT_EQ(h.list.Count(), 2u);
+  // A definite length that an element runs past: the element is kept, the list
+  // refused, whether the enclosing count would have come out right or not.
+  IntSeqOf over;
+  AsnLen overUsed = 0;
+  EXPECT_EQ(k3test::Dec(Bytes{0x30, 0x01, 0x02, 0x01, 0x05}, over, &overUsed), kAsnListLength);
+  EXPECT_EQ(over.list.Count(), 1u);
+  EXPECT_LE(overUsed, 5u);
+  IntSeqOf overMid;
+  EXPECT_EQ(k3test::Dec(Bytes{0x30, 0x04, 0x02, 0x01, 0x05, 0x02, 0x01, 0x06}, overMid), kAsnListLength);
+  EXPECT_EQ(Values(overMid.list), (std::vector<int32_t>{5, 6}));
   AsnList<AsnOcts> partial;
   const Bytes octs = {0x04, 0x01, 'a', 0x24, 0x80, 0x04, 0x01, 'b', 0x04, 0x09, 'c'};
   AsnBuf b;
   b.InitForDecode(octs.data(), octs.size());
   EXPECT_THROW(partial.BDecContent(b, 0x30000000u, AsnLen(octs.size()), used), AsnDecodeError);
   EXPECT_EQ(partial.Count(), 2u);
+}
+
+// Decode and copy cost linear in the size: the two shapes that once were
+// quadratic (a fragment stack growing by a fixed step, a list copy that walked
+// from the first node for every element) finish far inside a bound that even a
+// sanitizer build on a busy machine meets. The benchmark carries the figures.
+TEST(AsnLinearCost, EmptyFragmentsAndLongListCopy) {
+  const double boundSeconds = 2.0;
+  auto cpuSeconds = [](std::clock_t since) { return double(std::clock() - since) / CLOCKS_PER_SEC; };
+
+  Bytes frags = {0x24, 0x80};
+  while (frags.size() < (800u << 10)) {
+    frags.push_back(0x04);
+    frags.push_back(0x00);
+  }
+  frags.push_back(0x00);
+  frags.push_back(0x00);
+  std::clock_t t0 = std::clock();
+  AsnOcts v("previous");
+  AsnLen used = 0;
+  EXPECT_EQ(k3test::Dec(frags, v, &used), 0);
+  EXPECT_LT(cpuSeconds(t0), boundSeconds);
+  EXPECT_EQ(v.Len(), 0u);
+  EXPECT_EQ(used, frags.size());
+
+  AsnList<AsnInt> src;
+  for (int32_t i = 0; i < 40000; ++i) src.Append()->Set(i);
+  t0 = std::clock();
+  AsnList<AsnInt> copy(src);
+  copy = src;  // assignment over a full list: old nodes go, new ones come
+  EXPECT_LT(cpuSeconds(t0), boundSeconds);
+  ASSERT_EQ(copy.Count(), 40000u);
+  int32_t expect = 0;
+  bool inOrder = true;
+  for (const AsnInt &e : copy) inOrder = inOrder && e.value == expect++;
+  EXPECT_TRUE(inOrder);
+  EXPECT_EQ(copy.Last()->elmt.value, 39999);
+  EXPECT_NE(copy.First(), src.First());
 }
 
 TEST(AsnPrint, Lists) {

@@ -177,6 +177,25 @@ TEST(AsnOcts, ConstructedForms) {
   EXPECT_EQ(Dec(Bytes{0x24, 0x05, 0x04, 0x01, 'A'}, v), -22);
   EXPECT_EQ(Dec(Bytes{0x24, 0x03, 0x04, 0x85}, v), -10);
 
+  // A fragment (its header, its content, or a constructed fragment's own length
+  // or end-of-contents) running past the definite length of the string around
+  // it, with the data going on, is refused as one running past the data is.
+  const Bytes pastFrame[] = {
+      {0x24, 0x03, 0x04, 0x02, 'A', 'B', 0x05, 0x00},
+      {0x24, 0x01, 0x04, 0x01, 'A'},
+      {0x24, 0x06, 0x24, 0x05, 0x04, 0x03, 'A', 'B', 'C'},
+      {0x24, 0x07, 0x04, 0x00, 0x24, 0x03, 0x04, 0x02, 'A', 'B'},
+      {0x24, 0x05, 0x24, 0x80, 0x04, 0x01, 'A', 0x00, 0x00},
+      {0x24, 0x80, 0x24, 0x03, 0x04, 0x02, 'A', 'B', 0x00, 0x00},
+  };
+  for (const Bytes &in : pastFrame) {
+    AsnLen used = 0;
+    EXPECT_EQ(Dec(in, v, &used), -15) << in.size();
+    EXPECT_LE(used, in.size());
+  }
+  AsnBits bits;
+  EXPECT_EQ(Dec(Bytes{0x23, 0x03, 0x03, 0x02, 0x00, 'A', 0x05, 0x00}, bits), -15);
+
   // An implicitly tagged constructed string takes the same path.
   const Bytes tagged = {0xA3, 0x05, 0x04, 0x03, 'x', 'y', 'z'};
   AsnBuf b;
@@ -197,12 +216,33 @@ TEST(AsnOcts, EndOfContentsWarningPath) {
     EXPECT_EQ(cap.Text(), "Warning - second octet of EOC not zero\n");
   }
   {
-    // Data ending inside an indefinite string is passed over the same way.
+    // Data ending after the first end-of-contents octet is passed over the same
+    // way, and only the octet that was there is counted.
     k3test::CerrCapture cap;
     AsnOcts v;
-    EXPECT_EQ(Dec(Bytes{0x24, 0x80, 0x04, 0x01, 'A'}, v), 0);
+    AsnLen used = 0;
+    EXPECT_EQ(Dec(Bytes{0x24, 0x80, 0x04, 0x01, 'A', 0x00}, v, &used), 0);
     EXPECT_EQ(v.Str(), "A");
+    EXPECT_EQ(used, 6u);
     EXPECT_EQ(cap.Text(), "Warning - second octet of EOC not zero\n");
+  }
+  {
+    // Data ending where the next fragment's tag or the end-of-contents is due
+    // is a truncated string, at any depth, not an end.
+    k3test::CerrCapture cap;
+    const Bytes truncated[] = {
+        {0x24, 0x80, 0x04, 0x01, 'A'},
+        {0x24, 0x80},
+        {0x24, 0x80, 0x24, 0x80, 0x04, 0x01, 'A', 0x00, 0x00},
+        {0x24, 0x80, 0x24, 0x02, 0x04, 0x00},
+    };
+    for (const Bytes &in : truncated) {
+      AsnOcts v;
+      AsnLen used = 0;
+      EXPECT_EQ(Dec(in, v, &used), -22);
+      EXPECT_LE(used, in.size());
+    }
+    EXPECT_EQ(cap.Text(), "");
   }
   {
     k3test::CerrCapture cap;
@@ -233,7 +273,7 @@ TEST(AsnOcts, ManyFragmentsAndThreads) {
   AsnOcts v;
   EXPECT_EQ(Dec(build(300, 'a'), v), 0);
   EXPECT_EQ(v.Str(), expected(300, 'a'));
-  EXPECT_EQ(AsnThreadFragStack().capacity, 128u + 64 + 64 + 64);
+  EXPECT_EQ(AsnThreadFragStack().capacity, 512u);  // 128, doubled twice
 
   // Each thread collects on its own stack.
   bool ok[2] = {true, true};

@@ -595,9 +595,10 @@ def class_impl(gen, c):
         tag, pc = gen.own_tag(c.type)
         if c.type.tag and gen.tag_explicit(c.type, c.module):
             out.append('AsnLen %s::BEncContent(AsnBuf &b) const { return %s::BEnc(b); }\n' % (n, base))
+            # The wrapper's length is checked with the type's own error code.
             out.append('void %s::BDecContent(AsnBuf &b, AsnTag, AsnLen len, AsnLen &n) {\n'
                        '  AsnLen inner = 0;\n  %s::BDec(b, inner);\n'
-                       '  if (len == INDEFINITE_LEN) BDecEoc(b, inner);\n  n += inner;\n}\n' % (n, base))
+                       '  GenExplicitEnd(b, len, inner, %d);\n  n += inner;\n}\n' % (n, base, c.codes['#tag']))
         out.append('AsnLen %s::BEnc(AsnBuf &b) const { return GenTaggedBEnc(b, %s, BEncContent(b)); }\n' % (n, tagc(tag)))
         out.append('void %s::BDec(AsnBuf &b, AsnLen &bytesDecoded) {\n  AsnTag t;\n  AsnLen n = 0;\n'
                    '  AsnLen len = GenTaggedBDecHeader(b, %s, %s, "%s", %d, t, n);\n'
