@@ -100,6 +100,47 @@ TEST_F(Inbound, AgentEventsOfAKnownMonitor) {
   EXPECT_EQ(Str(Record(7), 33), "471100");          // cut to its 7-byte field
 }
 
+// An event report of another family on the monitor's cross reference: its
+// alternatives share the agent events' choice numbers (0 busy, 1 logged on ...).
+template <class Family, class E>
+CSTAMsg OtherReport(EventSpecificInfo::ChoiceIdEnum family, uint32_t which) {
+  auto *arg = new CSTAEventReportArgument;
+  arg->crossRefIdentifier.Set(kXref.data(), kXref.size());
+  arg->eventSpecificInfo = new EventSpecificInfo;
+  arg->eventSpecificInfo->choiceId = family;
+  auto *events = new Family;
+  events->choiceId = typename Family::ChoiceIdEnum(which);
+  events->alternative = new E;
+  arg->eventSpecificInfo->alternative = events;
+  return Invoke(1, 21, arg);
+}
+
+TEST_F(Inbound, OtherEventFamiliesOfAKnownMonitorAreIgnored) {
+  k3::MonitorStartHandler(0, "4711", AsnOcts(kXref.data(), kXref.size()));
+  using I = EventSpecificInfo;
+  const CSTAMsg reports[] = {
+      OtherReport<CallControlEvents, BridgedEvent>(I::callControlEventsCid, 0),
+      OtherReport<CallControlEvents, CallClearedEvent>(I::callControlEventsCid, 1),
+      OtherReport<CallControlEvents, ConferencedEvent>(I::callControlEventsCid, 2),
+      OtherReport<CallControlEvents, ConnectionClearedEvent>(I::callControlEventsCid, 3),
+      OtherReport<CallControlEvents, DeliveredEvent>(I::callControlEventsCid, 4),
+      OtherReport<CallControlEvents, DigitsDialedEvent>(I::callControlEventsCid, 5),
+      OtherReport<CallAssociatedEvents, CallInformationEvent>(I::callAssociatedEventsCid, 0),
+      OtherReport<CallAssociatedEvents, ChargingEvent>(I::callAssociatedEventsCid, 1),
+      OtherReport<MediaAttachmentEvents, MediaAttachedEvent>(I::mediaAttachmentEventsCid, 0),
+      OtherReport<PhysicalDeviceFeatureEvents, ButtonPressEvent>(I::physicalDeviceFeatureEventsCid, 1),
+      OtherReport<PhysicalDeviceFeatureEvents, HookswitchEvent>(I::physicalDeviceFeatureEventsCid, 3),
+      OtherReport<DeviceMaintenanceEvents, BackInServiceEvent>(I::deviceMaintenanceEventsCid, 0),
+      OtherReport<VoiceUnitEvents, BookmarkReachedEvent>(I::voiceUnitEventsCid, 0),
+      OtherReport<VendorSpecEvents, PrivateEvent>(I::vendorSpecEventsCid, 0),
+  };
+  for (const CSTAMsg &m : reports) Dispatch(m);
+  EXPECT_TRUE(host.events.empty());
+  EXPECT_TRUE(k3::Line(0).events.empty());
+  Dispatch(AgentReport<AgentReadyEvent>(L::agentReadyCid, "A"));  // the monitor itself still works
+  EXPECT_EQ(host.events.size(), 1u);
+}
+
 CSTAMsg StartPath(uint32_t id, const char *device, bool withPrivate) {
   auto *arg = new StartDataPathArgument;
   (arg->object = new CSTAObject)->deviceObject = Device(device);
@@ -235,6 +276,40 @@ TEST_F(Inbound, CdrReportsBecomeRecords) {
   EXPECT_EQ(U32(empty, 358), 0xFFFFFFFFu);
   EXPECT_EQ(U32(empty, 428), 902u);
   EXPECT_EQ(std::count(empty.begin() + 24, empty.begin() + 358, 0), 358 - 24);
+}
+
+// One CDR item with only the media class and supplementary bits given.
+CSTAMsg CdrBits(uint32_t id, int mediaBit, int supplBit, const Bytes &priv = {}) {
+  auto *arg = new CDRReportArgument;
+  CDRInformationItem &item = *(arg->cdrInfo = new CDRInfo)->Append();
+  if (mediaBit >= -1) {
+    item.mediaCallCharacteristics = new MediaCallCharacteristics;
+    if (mediaBit >= 0) (item.mediaCallCharacteristics->mediaClass = new MediaClass(16))->SetBit(mediaBit);
+  }
+  if (supplBit >= 0) (item.supplServiceInfo = new SupplServiceInfo(16))->SetBit(supplBit);
+  if (!priv.empty()) arg->extensions = PrivateData(priv);
+  return Invoke(id, 361, arg);
+}
+
+TEST_F(Inbound, CdrBitMappingsBitByBit) {
+  // Byte 291: bits 0, 2, 4, 6, 9 give 1, 2, 4, 8, 16; every other bit nothing.
+  const uint8_t suppl[16] = {1, 0, 2, 0, 4, 0, 8, 0, 0, 16, 0, 0, 0, 0, 0, 0};
+  uint32_t seq = 0;
+  for (int bit = 0; bit < 16; ++bit) {
+    Dispatch(CdrBits(1000 + bit, bit, bit));
+    Bytes r = Record(++seq);
+    ASSERT_EQ(r.size(), 432u);
+    EXPECT_EQ(r[291], suppl[bit]) << "bit " << bit;
+    EXPECT_EQ(U32(r, 271), bit == 1 ? 1u : 0u) << "media bit " << bit;
+  }
+  // Media characteristics without a media class, and no characteristics at all.
+  Dispatch(CdrBits(1100, -1, -1));
+  Dispatch(CdrBits(1101, -2, -1));
+  EXPECT_EQ(U32(Record(++seq), 271), 0u);
+  EXPECT_EQ(U32(Record(++seq), 271), 0u);
+  // Minutes from time octets above 127: 255 * 60 + 128.
+  Dispatch(CdrBits(1102, -2, -1, B({0xE4, 0x08, 0x01, 0xFF, 0x01, 0x80, 0x00, 0x00})));
+  EXPECT_EQ(U32(Record(++seq), 358), 255u * 60 + 128);
 }
 
 TEST_F(Inbound, ReferenceEventsForListedReferences) {
