@@ -5,6 +5,8 @@
 #   ./kestrel3.sh build           build everything (build/native, build/native-asan, build/windows)
 #   ./kestrel3.sh fuzz [SECONDS] [TARGET]   build the libFuzzer targets and run each (default 60 s)
 #   ./kestrel3.sh bench           build and run the native benchmarks
+#   ./kestrel3.sh mutants [--only REGEX]   run the source mutants of tools/mutants against the
+#                                 native tests (by hand, after changing asn/, csta3/, link/ or bridge/)
 set -euo pipefail
 cd "$(dirname "$0")"
 ROOT=$(pwd)
@@ -88,6 +90,8 @@ case "$cmd" in
   bench)
     setup; configure_build native
     for b in build/native/bench-*; do [ -x "$b" ] && "$b"; done ;;
+  mutants)
+    setup; tools/mutants/run "${@:2}" ;;
   *)
-    echo "usage: $0 {demo|test|build|fuzz [SECONDS] [TARGET]|bench}" >&2; exit 2 ;;
+    echo "usage: $0 {demo|test|build|fuzz [SECONDS] [TARGET]|bench|mutants [--only REGEX]}" >&2; exit 2 ;;
 esac
