@@ -86,6 +86,7 @@ TEST_F(Inbound, AgentEventsOfAKnownMonitor) {
       {AgentReport<AgentLoggedOffEvent>(L::agentLoggedOffCid, "471"), 2, 3},
       {AgentReport<AgentLoggedOffEvent>(L::agentLoggedOffCid, "4711000000", PrivateData(bit0)), 2, 2},
       {AgentReport<AgentLoggedOnEvent>(L::agentLoggedOnCid, nullptr), 1, 0},
+      {AgentReport<AgentLoggedOnEvent>(L::agentLoggedOnCid, "4712"), 1, 0},  // another agent
   };
   uint32_t seq = 1;
   for (const auto &c : cases) {
@@ -307,6 +308,16 @@ TEST_F(Inbound, CdrBitMappingsBitByBit) {
   Dispatch(CdrBits(1101, -2, -1));
   EXPECT_EQ(U32(Record(++seq), 271), 0u);
   EXPECT_EQ(U32(Record(++seq), 271), 0u);
+  // Currency multipliers 0..6 are copied, anything else reads 0xFFFFFFFF.
+  for (auto [multiplier, kind] : {std::pair{0, 0u}, {6, 6u}, {127, ~0u}, {128, ~0u}, {255, ~0u}}) {
+    auto *arg = new CDRReportArgument;
+    NumberUnits *units = ((arg->cdrInfo = new CDRInfo)->Append()->chargingInfo = new ChargingInfo)->numberUnits =
+        new NumberUnits;
+    units->choiceId = NumberUnits::numberOfCurrencyUnitsCid;
+    (units->numberOfCurrencyUnits = new NumberOfCurrencyUnits)->currencyMultiplier.Set(multiplier);
+    Dispatch(Invoke(1200, 361, arg));
+    EXPECT_EQ(U32(Record(++seq), 350), kind) << multiplier;
+  }
   // Minutes from time octets above 127: 255 * 60 + 128.
   Dispatch(CdrBits(1102, -2, -1, B({0xE4, 0x08, 0x01, 0xFF, 0x01, 0x80, 0x00, 0x00})));
   EXPECT_EQ(U32(Record(++seq), 358), 255u * 60 + 128);
@@ -318,6 +329,7 @@ TEST_F(Inbound, ReferenceEventsForListedReferences) {
   Dispatch(Roiv(801, 51, EscapeArg(Maint(2, 6, Date(1, 1, 1)))));           // not listed
   Dispatch(Roiv(802, 51, EscapeArg(Maint(2, 3, Date(1, 1, 1), 0xC5))));     // action 197
   Dispatch(Roiv(803, 51, EscapeArg(Maint(2, 3, Cat({Date(0x3F, 0x1F, 101), Time(0x41, 0x7F, 0xFF)})))));  // masked
+  Dispatch(Roiv(804, 51, EscapeArg(Maint(1, 5, Date(1, 1, 1)))));           // a loop-back, not a reference
   ASSERT_EQ(host.events.size(), 2u);
   EXPECT_EQ(host.events[0], B({0x13, 0, 5, 0x9F, 0x01, 0x1F, 0x08, 0x77, 0x07, 0x3A, 0x00, 0}));
   EXPECT_EQ(host.events[1], B({0x13, 0, 3, 0xFF, 0x01, 101, 0, 0xE1, 0x07, 0x3F, 0x00, 0}));
