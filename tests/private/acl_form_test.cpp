@@ -107,6 +107,7 @@ TEST(AmhostElement, ShortOrOverlongElementsConsumeNothing) {
       B({0xA1, 2, 7, 0}),               // too short for a value
       B({0xA3, 5, 9, 'A', 'B'}),        // text longer than its element
       B({0xD3, 9, '1'}),                // kind 4 data past the end
+      B({0xD3, 2, '1'}),                // kind 4 data one octet past the end
       B({0xF8, 5, 0, 1, 2}),            // kind 5 needs six
       B({0x11, 1}),                     // total length below two
       B({0x11, 0}),
