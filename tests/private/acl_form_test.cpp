@@ -106,6 +106,7 @@ TEST(AmhostElement, ShortOrOverlongElementsConsumeNothing) {
       B({0xA1, 4, 7}),                  // length past the end
       B({0xA1, 2, 7, 0}),               // too short for a value
       B({0xA3, 5, 9, 'A', 'B'}),        // text longer than its element
+      B({0xA3, 4, 3, 'A', 'B', 'C', 0}), // the same, though inside the octets
       B({0xD3, 9, '1'}),                // kind 4 data past the end
       B({0xD3, 2, '1'}),                // kind 4 data one octet past the end
       B({0xF8, 5, 0, 1, 2}),            // kind 5 needs six
@@ -129,6 +130,13 @@ TEST(Amhost, KindFourLengthCountsOnlyTheData) {
   ASSERT_NE(a.Find(161), nullptr);
   EXPECT_EQ(a.Find(161)->intValue.value, 7);
   EXPECT_EQ(a.nounNr, 0u);  // no header
+
+  // Seven octets are too few for a header: 0x1E is then an element that does not fit.
+  AMHOST s;
+  Bytes seven = B({0x1E, 0x08, 0x01, 0x02, 0x00, 0x00, 0x06});
+  s.DecodeOctets(seven.data(), seven.size());
+  EXPECT_EQ(s.nounNr, 0u);
+  EXPECT_EQ(s.elements.Count(), 0u);
 }
 
 TEST(Amhost, RequestBodyGivesExactOctets) {
