@@ -6,6 +6,8 @@
 #   ./kestrel3.sh fuzz [SECONDS] [TARGET]   build the libFuzzer targets and run each (default 60 s)
 #   ./kestrel3.sh bench           build and run the native benchmarks
 #   ./kestrel3.sh package         build the Windows release and write dist/Kestrel3-<version>-win64.zip
+#   ./kestrel3.sh mutants [--only REGEX]   run the source mutants of tools/mutants against the
+#                                 native tests (by hand, after changing asn/, csta3/, link/ or bridge/)
 set -euo pipefail
 cd "$(dirname "$0")"
 ROOT=$(pwd)
@@ -103,6 +105,8 @@ case "$cmd" in
   bench)
     setup; configure_build native
     for b in build/native/bench-*; do [ -x "$b" ] && "$b"; done ;;
+  mutants)
+    setup; tools/mutants/run "${@:2}" ;;
   *)
-    echo "usage: $0 {demo|test|build|fuzz [SECONDS] [TARGET]|bench|package}" >&2; exit 2 ;;
+    echo "usage: $0 {demo|test|build|fuzz [SECONDS] [TARGET]|bench|package|mutants [--only REGEX]}" >&2; exit 2 ;;
 esac

@@ -161,13 +161,23 @@ TEST_F(Requests, AmhostRequestsCarryTheirElementsOnTheirLine) {
       {Block(0x42, 8).U32(2, 0x0102, 2).U32(4, 0x0304, 2).U32(6, 0x0506, 2), 3,
        Cat({Amhost(8, 8), B({0xF8, 0x06, 0x00, 0x02, 0x04, 0x06})})},
       {Block(0x43, 3), 3, Amhost(10, 7)},
+      {Block(0x42, 8).U32(2, 0x017F, 2).U32(4, 0x0280, 2).U32(6, 0x03FF, 2), 3,
+       Cat({Amhost(8, 8), B({0xF8, 0x06, 0x00, 0x7F, 0x80, 0xFF})})},
       {Block(0x43, 3).U8(2, 5), 3, Amhost(10, 8)},
+      {Block(0x43, 3).U8(2, 255), 3, Amhost(10, 8)},
       {Block(0x44, 3).U8(2, 1), 3, Amhost(10, 2)},
       {Block(0x52, 143).Str(2, "4711").Str(11, "reply"), 0, Cat({Amhost(1, 2), Dev211("4711")})},
       {Block(0x54, 44).Str(2, "4711").Str(11, "Bob"), 0, Cat({Amhost(1, 1), Dev211("4711"), Text(0xA3, "Bob")})},
       {Block(0x55, 44).Str(2, "4711").Str(11, "1234"), 0, Cat({Amhost(1, 1), Dev211("4711"), Text(0xA5, "1234")})},
       {Block(0x56, 15).Str(2, "555").U32(11, 7), 0,
        Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 2, 0})})},
+      {Block(0x56, 15).Str(2, "555"), 0, Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 1, 0})})},
+      {Block(0x56, 15).Str(2, "555").U32(11, 0x01000000), 0,
+       Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 2, 0})})},
+      {Block(0x58, 16).Str(2, "555").U8(11, 127), 0,
+       Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 2, 0, 0xA1, 4, 127, 0})})},
+      {Block(0x58, 16).Str(2, "555").U8(11, 128).U32(12, 2), 0,
+       Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 2, 0, 0xA1, 4, 128, 0})})},
       {Block(0x58, 16).Str(2, "555").U8(11, 9).U32(12, 1), 0,
        Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 1, 0, 0xA1, 4, 9, 0})})},
       {Block(0x58, 16).Str(2, "555").U8(11, 200).U32(12, 0x100), 0,
@@ -175,10 +185,18 @@ TEST_F(Requests, AmhostRequestsCarryTheirElementsOnTheirLine) {
       {Block(0x65, 20).Str(2, "100").Str(11, "200"), 0, Cat({Amhost(7, 5), Dev211("100"), Dev211("200")})},
       {Block(0x71, 44).Str(2, "100"), 0, Cat({Amhost(6, 2), Dev211("100")})},
       {Block(0x72, 12).Str(2, "100").U8(11, 3), 3, Cat({Amhost(6, 1), Dev211("100"), B({0xE6, 4, 0x10, 0})})},
+      {Block(0x72, 12).Str(2, "100"), 3, Cat({Amhost(6, 1), Dev211("100"), B({0xE6, 4, 0, 0})})},
+      {Block(0x72, 12).Str(2, "100").U8(11, 128), 3, Cat({Amhost(6, 1), Dev211("100"), B({0xE6, 4, 0x10, 0})})},
+      {Block(0x73, 12).Str(2, "100").U8(11, 1), 3, Cat({Amhost(6, 2), Dev211("100")})},
       {Block(0x74, 12).Str(2, "100").U8(11, 1), 3, Cat({Amhost(6, 2), Dev211("100")})},
+      {Block(0x75, 12).Str(2, "100"), 3, Cat({Amhost(6, 1), Dev211("100"), B({0xE7, 6, 0, 0, 0x80, 0})})},
       {Block(0x75, 12).Str(2, "100").U8(11, 1), 3, Cat({Amhost(6, 1), Dev211("100"), B({0xE7, 6, 0x80, 0, 0x80, 0})})},
       {Block(0x76, 13).Str(2, "100").U8(11, 1), 3,
        Cat({Amhost(6, 1), Dev211("100"), B({0xE6, 4, 0x10, 0, 0xE7, 6, 0, 0, 0x80, 0})})},
+      {Block(0x76, 13).Str(2, "100").U8(12, 255), 3,
+       Cat({Amhost(6, 1), Dev211("100"), B({0xE6, 4, 0, 0, 0xE7, 6, 0x80, 0, 0x80, 0})})},
+      {Block(0x63, 20).Str(2, "1").Str(11, "2"), 0, Cat({Amhost(7, 5), Dev211("1"), Dev211("2")})},
+      {Block(0x64, 20).Str(2, "1").Str(11, "2"), 0, Cat({Amhost(7, 5), Dev211("1"), Dev211("2")})},
       // A device field without a terminator gives its nine bytes and no more.
       {Block(0x71, 44).Str(2, "123456789").Str(11, "zz"), 0, Cat({Amhost(6, 2), Dev211("123456789")})},
   };
@@ -230,7 +248,7 @@ TEST_F(Requests, PrivateListMapsFormatsAndRefusesUnknownOnes) {
 TEST_F(Requests, TracerStateFlagAndMaintenanceEscapes) {
   Block start(0x46, 3), stop(0x46, 3), tds(0x91, 6), req(0x11, 17), close(0x14, 3);
   start.U8(2, 1);
-  stop.U8(2, 2);
+  stop.U8(2, 255);  // any selector but 1 stops
   req.U32(2, 0x1234, 2);
   close.U8(2, 9);
   k3::Line(0).maintSessions = {9, 4, 9};
@@ -285,15 +303,22 @@ TEST_F(Requests, MaintenanceOpenSendsItsDataAndWipesIt) {
 }
 
 TEST_F(Requests, StandardRequests) {
-  Block info(0xA1, 19), get(0x82, 19), logOn(0x83, 19), ready(0x83, 19), other(0x83, 19), start(0x31, 6);
+  Block info(0xA1, 19), get(0x82, 19), logOn(0x83, 19), ready(0x83, 19), other(0x83, 19), start(0x31, 6),
+      after(0x83, 19), past(0x83, 19);
   info.Str(2, "4711");
   get.Str(2, "4711").Str(15, "A1");
   logOn.Str(2, "4711").U32(11, 0).Str(15, "A12");
   ready.Str(2, "4711").U32(11, 3).Str(15, "A12");
   other.Str(2, "4711").U32(11, 7).Str(15, "A12");
   start.U32(2, 0x11223344);
-  for (Block *b : {&info, &get, &logOn, &ready, &other, &start}) EXPECT_EQ(Run(*b, 3), kPending);
-  ASSERT_EQ(g_sent.size(), 6u);
+  after.Str(2, "4711").U32(11, 4).Str(15, "A12");
+  past.Str(2, "4711").U32(11, 5).Str(15, "A12");
+  for (Block *b : {&info, &get, &logOn, &ready, &other, &start, &after, &past}) EXPECT_EQ(Run(*b, 3), kPending);
+  ASSERT_EQ(g_sent.size(), 8u);
+  EXPECT_EQ(g_sent[6].ber, Invoke(32774, B({0x02, 0x02, 0x01, 0x38}), TLV(0x30, Cat({DeviceId("4711"), B({0x0A, 1, 4})}))));
+  EXPECT_EQ(g_sent[7].ber, Invoke(32775, B({0x02, 0x02, 0x01, 0x38}), TLV(0x30, Cat({DeviceId("4711"), B({0x0A, 1, 0})}))));
+  g_sent.resize(6);
+  k3::Line(0).invokeCounter -= 2;
   const Bytes setOp = B({0x02, 0x02, 0x01, 0x38});
   EXPECT_EQ(g_sent[0].ber, Invoke(32768, B({0x02, 0x02, 0x00, 0xCA}), TLV(0x30, DeviceId("4711"))));
   EXPECT_EQ(g_sent[1].ber, Invoke(32769, B({0x02, 0x02, 0x01, 0x30}), TLV(0x30, DeviceId("4711"))));
@@ -467,11 +492,9 @@ TEST_F(Requests, StoredRecordsAreAnsweredOnceWhateverTheSize) {
   EXPECT_TRUE(k3::Line(0).events.empty());
 }
 
-TEST_F(Requests, InvokeIdsRefusalsExpiryAndReset) {
-  // A refused send and a missing callback each use up an id and complete as
-  // unanswered; ids wrap from 65535 to 32768.
-  k3::Line(0).invokeCounter = 65533;
-  Block refused(0x41, 8), noCallback(0x41, 8), last(0x41, 8), first(0xA1, 19);
+TEST_F(Requests, RefusedOrImpossibleSendsUseUpAnIdAndCompleteUnanswered) {
+  k3::Line(0).invokeCounter = 65532;
+  Block refused(0x41, 8), noCallback(0x41, 8), last(0x41, 8);
   g_sendReturn = 0;
   EXPECT_EQ(Run(refused), 0xC0000012u);
   EXPECT_EQ(k3::Portable().DebugLines().at(0), "LINEERR_MISSINGPBXANSWER, invokeid 0 \n");
@@ -479,45 +502,9 @@ TEST_F(Requests, InvokeIdsRefusalsExpiryAndReset) {
   EXPECT_EQ(Run(noCallback), 0xC0000012u);
   k3::g_callbacks.send = OnSend;
   g_sendReturn = 1;
-  k3::Line(0).invokeCounter = 65534;
   EXPECT_EQ(Run(last), kPending);
-  EXPECT_EQ(Run(first), kPending);
-  EXPECT_EQ(g_sent[1].ber, EscapeInvoke(65535, Amhost(8, 2)));
-  EXPECT_EQ(g_sent[2].invokeId, 32768u);
-
-  // Unanswered requests fail after 90 s, stored records go after 120 s.
-  uint32_t seq = k3::StoreEventData(0, k3::EventDataRecord());
-  g_results.clear();
-  k3::SweepTimeouts(kNow + 90000);
-  EXPECT_TRUE(g_results.empty());
-  k3::SweepTimeouts(kNow + 90001);
-  EXPECT_EQ(g_results, (std::vector<uint32_t>{0xC0000012u, 0xC0000012u}));
-  k3::SweepTimeouts(kNow + 120000);
-  EXPECT_TRUE(k3::HasEventData(0, seq));
-  k3::SweepTimeouts(kNow + 120001);
-  EXPECT_FALSE(k3::HasEventData(0, seq));
-
-  // A line reset drops pending requests without replies.
-  Block a(0x41, 8);
-  Run(a);
-  g_results.clear();
-  k3::LineReset(0);
-  k3::SweepTimeouts(kNow + 500000);
-  EXPECT_TRUE(g_results.empty());
-}
-
-TEST_F(Requests, EscapeResultAnswersUnderTheGivenId) {
-  CSTAMsg msg;
-  k3::BuildEscapeResult(msg, 2, 196)->SetAmhost(new AMHOST(7, 2, 7));
-  k3::WritePrivateOctets(msg);  // the result's private item, as the converters send it
-  EXPECT_EQ(k3::SendWithInvokeId(0, msg, nullptr, 0x1234), 1u);
-  ASSERT_EQ(g_sent.size(), 1u);
-  EXPECT_EQ(g_sent[0].invokeId, 0x1234u);
-  const Bytes priv = B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x07, 0x02, 0x00, 0x00, 0x07, 0x00});
-  EXPECT_EQ(g_sent[0].ber, TLV(0xA2, Cat({B({0x02, 0x02, 0x12, 0x34}),
-                                         TLV(0x30, Cat({B({0x02, 0x01, 0x33}), TLV(0x7E, TLV(0xA1, PbxItem(priv)))}))})));
-  k3::g_callbacks.send = nullptr;
-  EXPECT_EQ(k3::SendWithInvokeId(0, msg, nullptr, 1), 0u);
+  EXPECT_EQ(g_sent.back().ber, EscapeInvoke(65535, Amhost(8, 2)));
+  EXPECT_EQ(g_results.size(), 2u);
 }
 
 }  // namespace

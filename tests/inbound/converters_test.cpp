@@ -16,10 +16,13 @@ TEST_F(Inbound, AmhostAnswersFillTheReplyFields) {
   };
   const Case cases[] = {
       {0x41, 8, Cat({Amhost(8, 2, 2), B({0xF8, 6, 0, 23, 11, 30})}), 0, 2, {}, B({23, 0, 11, 0, 30, 0})},
+      {0x41, 8, Cat({Amhost(8, 2, 2), B({0xF8, 6, 0, 127, 128, 255})}), 0, 2, {}, B({127, 0, 128, 0, 255, 0})},
       {0x41, 8, Amhost(8, 2, 2), 0xC0000011, 2, {}, Bytes(6, 0)},
       {0x52, 143, Cat({Amhost(1, 2, 2), Dev211("4712"), Text(0xA3, "Al"), Text(0xA5, "12")}), 0, 2,
        Cat({S("4711"), Bytes(71, 0), S("keep"), Bytes(29, 0), S("x")}),
        Cat({S("4712"), Bytes(5, 0), S("Al"), Bytes(31, 0), S("12"), Bytes(31, 0), S("keep"), Bytes(29, 0), B({0})})},
+      // Element 162 goes to 77, right after the 33-byte field at 44.
+      {0x52, 143, Cat({Amhost(1, 2, 2), Text(0xA2, "0815")}), 0, 76, S("xy"), Cat({S("x0815"), B({0})})},
       {0x71, 44, Cat({Amhost(6, 2, 2), Text(0xA3, "Grp")}), 0, 11, {}, Cat({S("Grp"), B({0})})},
       {0x71, 44, Amhost(6, 2, 2), 0, 11, S("n"), S("n")},
       // Texts keep every character their field holds; the terminator goes
@@ -34,6 +37,7 @@ TEST_F(Inbound, AmhostAnswersFillTheReplyFields) {
       {0x74, 12, Cat({Amhost(6, 2, 2), B({0xE7, 6, 0x80, 0, 0x80, 0})}), 0, 11, {}, B({1})},
       {0x74, 12, Cat({Amhost(6, 2, 2), B({0xE7, 6, 0x7F, 0xFF, 0x80, 0})}), 0, 11, B({9}), B({0})},
       {0x74, 12, Cat({Amhost(6, 2, 2), B({0xE7, 6, 0x80, 0, 0x7F, 0xFF})}), 0xC0000011, 11, B({9}), B({9})},
+      {0x74, 12, Amhost(6, 2, 2), 0xC0000011, 11, B({9}), B({9})},
       // The server flag is bit 0 of octet 14 of exactly 16 private octets.
       {0x44, 3, Cat({Amhost(10, 2, 2), B({0x0A, 4, 0x01, 0})}), 0, 2, {}, B({1})},
       {0x44, 3, Cat({Amhost(10, 2, 2), B({0x0A, 4, 0xFE, 0})}), 0, 2, B({9}), B({0})},
@@ -60,20 +64,65 @@ TEST_F(Inbound, AmhostAnswersFillTheReplyFields) {
   EXPECT_EQ(PendingCount(), 0u);
 }
 
+TEST_F(Inbound, EveryBitOfTheFlagAnswers) {
+  // 0x73: only the bit of value 16 of element 230; 0x74: bit 7 (value 0x80 of
+  // the low octet) of each 16-bit field of element 231; 0x44: bit 0 of octet 14.
+  uint32_t id = 40500;
+  auto answer = [&](uint16_t type, uint32_t size, const Bytes &priv, size_t at) {
+    Block b(type, size);
+    b.p[at] = 9;
+    Pend(++id, b);
+    Dispatch(Rors(id, 51, EscapeRes(Item(priv))));
+    return std::make_pair(ResultFor(id), b.p[at]);
+  };
+  for (int bit = 0; bit < 8; ++bit) {
+    SCOPED_TRACE(bit);
+    EXPECT_EQ(answer(0x73, 12, Cat({Amhost(6, 2, 2), B({0xE6, 4, 1 << bit, 0})}), 11),
+              std::make_pair(0u, uint8_t(bit == 4)));
+    Bytes server = Cat({Amhost(10, 2, 2), B({0x0A, 4, 0, 0})});
+    server[14] = uint8_t(1 << bit);
+    EXPECT_EQ(answer(0x44, 3, server, 2), std::make_pair(0u, uint8_t(bit == 0)));
+  }
+  for (int bit = 0; bit < 16; ++bit) {
+    SCOPED_TRACE(bit);
+    const int lo = bit < 8 ? 1 << bit : 0, hi = bit < 8 ? 0 : 1 << (bit - 8);
+    // The bit as the value with bit 7 valid, then as the only validity bit under all value bits.
+    EXPECT_EQ(answer(0x74, 12, Cat({Amhost(6, 2, 2), B({0xE7, 6, lo, hi, 0x80, 0})}), 11),
+              std::make_pair(0u, uint8_t(bit == 7)));
+    EXPECT_EQ(answer(0x74, 12, Cat({Amhost(6, 2, 2), B({0xE7, 6, 0xFF, 0xFF, lo, hi})}), 11),
+              bit == 7 ? std::make_pair(0u, uint8_t(1)) : std::make_pair(0xC0000011u, uint8_t(9)));
+  }
+}
+
+TEST_F(Inbound, AnAcknowledgementAnswersOnlyTheTracerStart) {
+  // An application 1 answer to another request completes nothing and leaves the state flag.
+  Block other(0x41, 8);
+  Pend(40900, other);
+  Dispatch(Rors(40900, 51, EscapeRes(Item(B({0x1A, 0x04, 0x01, 0xC2})))));
+  EXPECT_EQ(ResultFor(40900), ~0u);
+  EXPECT_EQ(other.Range(0, 8), B({0x41, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(k3::Line(0).stateFlag, 0);
+  EXPECT_EQ(PendingCount(), 0u);
+}
+
 TEST_F(Inbound, MaintenanceAnswersAndTheStateFlag) {
   uint32_t id = 41000;
-  for (auto [octet, year] : {std::pair{79, 2079}, {80, 1980}, {99, 1999}, {100, 100}}) {
+  for (auto [octet, year] : {std::pair{79, 2079}, {80, 1980}, {99, 1999}, {100, 100}, {255, 255}}) {
     Block b(0x11, 17);
     Pend(++id, b);
     Dispatch(Rors(id, 51, EscapeRes(Item(Maint(2, 5, Cat({Date(24, 12, octet), Time(23, 59, 58)}))))));
     EXPECT_EQ(ResultFor(id), 0u);
     EXPECT_EQ(b.Range(4, 17), B({5, 24, 0, 12, 0, year & 0xFF, year >> 8, 23, 0, 59, 0, 58, 0}));
   }
+  Block high(0x11, 17);  // octets above 127 are widened, not sign-extended
+  Pend(++id, high);
+  Dispatch(Rors(id, 51, EscapeRes(Item(Maint(2, 200, Cat({Date(127, 128, 80), Time(128, 255, 127)}))))));
+  EXPECT_EQ(high.Range(4, 17), B({200, 127, 0, 128, 0, 0xBC, 0x07, 128, 0, 255, 0, 127, 0}));
   Block bare(0x11, 17), loop(0x21, 54), ack(0x91, 6), nack(0x91, 6);
   Pend(++id, bare);
   Dispatch(Rors(id, 51, EscapeRes(Item(Maint(2, 6)))));
   EXPECT_EQ(bare.Range(4, 17), Cat({B({6}), Bytes(12, 0)}));
-  EXPECT_EQ(k3::Line(0).maintSessions, (std::vector<uint8_t>{5, 6}));  // a repeated reference is listed once
+  EXPECT_EQ(k3::Line(0).maintSessions, (std::vector<uint8_t>{5, 200, 6}));  // a repeated reference is listed once
 
   Pend(++id, loop);
   Dispatch(Rors(id, 51, EscapeRes(Item(Maint(1, 0, B({1, 2, 3}))))));
@@ -121,9 +170,17 @@ TEST_F(Inbound, AgentStateAndDeviceCategory) {
   EXPECT_EQ(b.Range(11, 16), B({0xFF, 0xFF, 0xFF, 0xFF, 0}));
   EXPECT_EQ(c.Range(11, 19), B({0xAA, 0xAA, 0xAA, 0xAA, '1', '2', '3', '4'}));  // fills the 4-byte field
   EXPECT_EQ(d.Range(11, 19), B({0xAA, 0xAA, 0xAA, 0xAA, 'A', 'B', 'C', 0}));
+  uint32_t sid = 42010;
+  for (auto [state, reply] : {std::pair{0, 0u}, {4, 4u}, {5, ~0u}, {127, ~0u}, {128, ~0u}, {255, ~0u}}) {
+    Block s(0x82, 19);
+    Pend(++sid, s);
+    Dispatch(ResultMsg(sid, 304, agentResult("1", state)));
+    EXPECT_EQ(s.U32(11), reply) << "state " << state;
+  }
 
   uint32_t id = 42100;
-  for (auto [category, reply] : {std::pair{-1, 0u}, {1, 2u}, {2, 1u}, {5, 0u}, {3, 3u}, {0, 3u}}) {
+  for (auto [category, reply] :
+       {std::pair{-1, 0u}, {1, 2u}, {2, 1u}, {5, 0u}, {3, 3u}, {0, 3u}, {127, 3u}, {128, 3u}, {255, 3u}}) {
     Block info(0xA1, 19);
     std::memset(&info.p[11], 0xAA, 4);
     Pend(++id, info);

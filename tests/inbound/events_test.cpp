@@ -80,6 +80,7 @@ TEST_F(Inbound, AgentEventsOfAKnownMonitor) {
       {AgentReport<AgentLoggedOffEvent>(L::agentLoggedOffCid, "471"), 2, 3},
       {AgentReport<AgentLoggedOffEvent>(L::agentLoggedOffCid, "4711000000", PrivateData(bit0)), 2, 2},
       {AgentReport<AgentLoggedOnEvent>(L::agentLoggedOnCid, nullptr), 1, 0},
+      {AgentReport<AgentLoggedOnEvent>(L::agentLoggedOnCid, "4712"), 1, 0},  // another agent
   };
   uint32_t seq = 1;
   for (const auto &c : cases) {
@@ -94,6 +95,47 @@ TEST_F(Inbound, AgentEventsOfAKnownMonitor) {
   const Bytes longId = Record(7);                   // "4711000000" fills its 7-byte field,
   EXPECT_EQ(Bytes(&longId[33], &longId[40]), S("4711000"));  // the kind follows
   EXPECT_EQ(longId[40], 2);
+}
+
+// An event report of another family on the monitor's cross reference: its
+// alternatives share the agent events' choice numbers (0 busy, 1 logged on ...).
+template <class Family, class E>
+CSTAMsg OtherReport(EventSpecificInfo::ChoiceIdEnum family, uint32_t which) {
+  auto *arg = new CSTAEventReportArgument;
+  arg->crossRefIdentifier.Set(kXref.data(), kXref.size());
+  arg->eventSpecificInfo = new EventSpecificInfo;
+  arg->eventSpecificInfo->choiceId = family;
+  auto *events = new Family;
+  events->choiceId = typename Family::ChoiceIdEnum(which);
+  events->alternative = new E;
+  arg->eventSpecificInfo->alternative = events;
+  return Invoke(1, 21, arg);
+}
+
+TEST_F(Inbound, OtherEventFamiliesOfAKnownMonitorAreIgnored) {
+  k3::MonitorStartHandler(0, "4711", AsnOcts(kXref.data(), kXref.size()));
+  using I = EventSpecificInfo;
+  const CSTAMsg reports[] = {
+      OtherReport<CallControlEvents, BridgedEvent>(I::callControlEventsCid, 0),
+      OtherReport<CallControlEvents, CallClearedEvent>(I::callControlEventsCid, 1),
+      OtherReport<CallControlEvents, ConferencedEvent>(I::callControlEventsCid, 2),
+      OtherReport<CallControlEvents, ConnectionClearedEvent>(I::callControlEventsCid, 3),
+      OtherReport<CallControlEvents, DeliveredEvent>(I::callControlEventsCid, 4),
+      OtherReport<CallControlEvents, DigitsDialedEvent>(I::callControlEventsCid, 5),
+      OtherReport<CallAssociatedEvents, CallInformationEvent>(I::callAssociatedEventsCid, 0),
+      OtherReport<CallAssociatedEvents, ChargingEvent>(I::callAssociatedEventsCid, 1),
+      OtherReport<MediaAttachmentEvents, MediaAttachedEvent>(I::mediaAttachmentEventsCid, 0),
+      OtherReport<PhysicalDeviceFeatureEvents, ButtonPressEvent>(I::physicalDeviceFeatureEventsCid, 1),
+      OtherReport<PhysicalDeviceFeatureEvents, HookswitchEvent>(I::physicalDeviceFeatureEventsCid, 3),
+      OtherReport<DeviceMaintenanceEvents, BackInServiceEvent>(I::deviceMaintenanceEventsCid, 0),
+      OtherReport<VoiceUnitEvents, BookmarkReachedEvent>(I::voiceUnitEventsCid, 0),
+      OtherReport<VendorSpecEvents, PrivateEvent>(I::vendorSpecEventsCid, 0),
+  };
+  for (const CSTAMsg &m : reports) Dispatch(m);
+  EXPECT_TRUE(host.events.empty());
+  EXPECT_TRUE(k3::Line(0).events.empty());
+  Dispatch(AgentReport<AgentReadyEvent>(L::agentReadyCid, "A"));  // the monitor itself still works
+  EXPECT_EQ(host.events.size(), 1u);
 }
 
 CSTAMsg StartPath(uint32_t id, const char *device, bool withPrivate) {
@@ -218,12 +260,57 @@ TEST_F(Inbound, CdrReportsBecomeRecords) {
   EXPECT_EQ(std::count(empty.begin() + 24, empty.begin() + 358, 0), 358 - 24);
 }
 
+// One CDR item with only the media class and supplementary bits given.
+CSTAMsg CdrBits(uint32_t id, int mediaBit, int supplBit, const Bytes &priv = {}) {
+  auto *arg = new CDRReportArgument;
+  CDRInformationItem &item = *(arg->cdrInfo = new CDRInfo)->Append();
+  if (mediaBit >= -1) {
+    item.mediaCallCharacteristics = new MediaCallCharacteristics;
+    if (mediaBit >= 0) (item.mediaCallCharacteristics->mediaClass = new MediaClass(16))->SetBit(mediaBit);
+  }
+  if (supplBit >= 0) (item.supplServiceInfo = new SupplServiceInfo(16))->SetBit(supplBit);
+  if (!priv.empty()) arg->extensions = PrivateData(priv);
+  return Invoke(id, 361, arg);
+}
+
+TEST_F(Inbound, CdrBitMappingsBitByBit) {
+  // Byte 291: bits 0, 2, 4, 6, 9 give 1, 2, 4, 8, 16; every other bit nothing.
+  const uint8_t suppl[16] = {1, 0, 2, 0, 4, 0, 8, 0, 0, 16, 0, 0, 0, 0, 0, 0};
+  uint32_t seq = 0;
+  for (int bit = 0; bit < 16; ++bit) {
+    Dispatch(CdrBits(1000 + bit, bit, bit));
+    Bytes r = Record(++seq);
+    ASSERT_EQ(r.size(), 432u);
+    EXPECT_EQ(r[291], suppl[bit]) << "bit " << bit;
+    EXPECT_EQ(U32(r, 271), bit == 1 ? 1u : 0u) << "media bit " << bit;
+  }
+  // Media characteristics without a media class, and no characteristics at all.
+  Dispatch(CdrBits(1100, -1, -1));
+  Dispatch(CdrBits(1101, -2, -1));
+  EXPECT_EQ(U32(Record(++seq), 271), 0u);
+  EXPECT_EQ(U32(Record(++seq), 271), 0u);
+  // Currency multipliers 0..6 are copied, anything else reads 0xFFFFFFFF.
+  for (auto [multiplier, kind] : {std::pair{0, 0u}, {6, 6u}, {127, ~0u}, {128, ~0u}, {255, ~0u}}) {
+    auto *arg = new CDRReportArgument;
+    NumberUnits *units = ((arg->cdrInfo = new CDRInfo)->Append()->chargingInfo = new ChargingInfo)->numberUnits =
+        new NumberUnits;
+    units->choiceId = NumberUnits::numberOfCurrencyUnitsCid;
+    (units->numberOfCurrencyUnits = new NumberOfCurrencyUnits)->currencyMultiplier.Set(multiplier);
+    Dispatch(Invoke(1200, 361, arg));
+    EXPECT_EQ(U32(Record(++seq), 350), kind) << multiplier;
+  }
+  // Minutes from time octets above 127: 255 * 60 + 128.
+  Dispatch(CdrBits(1102, -2, -1, B({0xE4, 0x08, 0x01, 0xFF, 0x01, 0x80, 0x00, 0x00})));
+  EXPECT_EQ(U32(Record(++seq), 358), 255u * 60 + 128);
+}
+
 TEST_F(Inbound, ReferenceEventsForListedReferences) {
   k3::Line(0).maintSessions = {3, 5};
   Dispatch(Roiv(800, 51, EscapeArg(Maint(2, 5, Cat({Date(31, 12, 79), Time(23, 59, 58)})))));
   Dispatch(Roiv(801, 51, EscapeArg(Maint(2, 6, Date(1, 1, 1)))));           // not listed
   Dispatch(Roiv(802, 51, EscapeArg(Maint(2, 3, Date(1, 1, 1), 0xC5))));     // action 197
   Dispatch(Roiv(803, 51, EscapeArg(Maint(2, 3, Cat({Date(0x3F, 0x1F, 101), Time(0x41, 0x7F, 0xFF)})))));  // masked
+  Dispatch(Roiv(804, 51, EscapeArg(Maint(1, 5, Date(1, 1, 1)))));           // a loop-back, not a reference
   ASSERT_EQ(host.events.size(), 2u);
   EXPECT_EQ(host.events[0], B({0x13, 0, 5, 0x9F, 0x01, 0x1F, 0x08, 0x77, 0x07, 0x3A, 0x00, 0}));
   EXPECT_EQ(host.events[1], B({0x13, 0, 3, 0xFF, 0x01, 101, 0, 0xE1, 0x07, 0x3F, 0x00, 0}));

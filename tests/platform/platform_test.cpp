@@ -1,5 +1,5 @@
-// The portable platform seam: a clock tests can set, and reports and debugger
-// texts they can read back.
+// The portable platform seam: reports and debugger texts as the library
+// formats them.
 #include "link/platform.h"
 
 #include <gtest/gtest.h>
@@ -19,16 +19,6 @@ class PortableSeam : public ::testing::Test {
     k3::SetPlatform(nullptr);
   }
 };
-
-TEST_F(PortableSeam, ClockIsFixedOnceSetAndWrapsAt32Bits) {
-  k3::Portable().SetTick(0xFFFFFFF0u);
-  EXPECT_EQ(0xFFFFFFF0u, k3::TickCount());
-  EXPECT_EQ(0xFFFFFFF0u, k3::TickCount());
-  k3::Portable().AdvanceTick(0x20);
-  EXPECT_EQ(0x10u, k3::TickCount());
-  k3::Portable().AdvanceTick(90000);
-  EXPECT_EQ(0x10u + 90000u, k3::TickCount());
-}
 
 TEST_F(PortableSeam, ReportsKeepCategoryTypeAndTheFormattedText) {
   k3::ReportLog(1, "ThreadMessage: PostThreadMessage failed. Msg: 0x%08lx, GetLastError: 0x%08lx", 0x402ul, 0x5a4ul);
@@ -65,34 +55,6 @@ TEST_F(PortableSeam, DebuggerTextsOfRequestCompletion) {
   EXPECT_EQ("TAPIExtendedService-SendReply: 0x08x\n", lines[0]);
   EXPECT_EQ("LINEERR_MISSINGPBXANSWER, invokeid 0 \n", lines[1]);
   EXPECT_EQ("LINEERR_MISSINGPBXANSWER, invokeid 8001 \n", lines[2]);
-}
-
-// Another implementation takes over every call until it is removed again.
-class FakePlatform : public k3::Platform {
- public:
-  uint32_t TickCount() override { return 42; }
-  void DebugOutput(const char *text) override { debug += text; }
-  uint32_t EventLog(uint16_t category, uint16_t type, const char *text) override {
-    log += std::to_string(category) + "/" + std::to_string(type) + ":" + text + ";";
-    return 0;
-  }
-  std::string debug, log;
-};
-
-TEST_F(PortableSeam, AnInstalledPlatformTakesOverUntilRemoved) {
-  FakePlatform fake;
-  k3::Portable().SetTick(7);
-  k3::SetPlatform(&fake);
-  EXPECT_EQ(42u, k3::TickCount());
-  k3::DebugSendReply();
-  k3::ReportLog(4, "Fehler beim Registrieren des EventLogs");
-  EXPECT_EQ(0u, k3::ReportInfo(5, "%s", "info"));
-  EXPECT_EQ("TAPIExtendedService-SendReply: 0x08x\n", fake.debug);
-  EXPECT_EQ("4/1:Fehler beim Registrieren des EventLogs;5/4:info;", fake.log);
-  EXPECT_TRUE(k3::Portable().Events().empty());
-
-  k3::SetPlatform(nullptr);
-  EXPECT_EQ(7u, k3::TickCount());
 }
 
 }  // namespace

@@ -73,13 +73,42 @@ TEST(AmhostElement, EveryKindBothDirections) {
   EXPECT_FALSE(bool(ParseElement(B({0xAF, 3, 0}), &used).boolValue));
 }
 
+TEST(AmhostElement, KindOfEveryIdentifier) {
+  // The 32 identifiers with a kind; every other identifier has kind 0.
+  const std::pair<int, uint32_t> rows[] = {
+      {10, 8},  {161, 1}, {162, 2}, {163, 2}, {165, 2}, {168, 1}, {169, 2}, {171, 1},
+      {173, 1}, {175, 9}, {176, 7}, {211, 4}, {212, 4}, {213, 4}, {214, 4}, {215, 4},
+      {216, 4}, {217, 4}, {225, 3}, {227, 3}, {228, 3}, {230, 1}, {231, 6}, {237, 2},
+      {238, 2}, {241, 1}, {242, 3}, {243, 3}, {244, 3}, {245, 1}, {246, 1}, {248, 5}};
+  uint32_t kinds[256] = {};
+  for (auto [id, kind] : rows) kinds[id] = kind;
+  // One well-formed element of each kind, its identifier octet left to fill in.
+  const Bytes forms[10] = {B({0, 2}),          B({0, 4, 200, 0}),      B({0, 5, 1, 'x', 0}),
+                           B({0, 4, 0x34, 0x12}), B({0, 1, 'x'}),       B({0, 6, 0, 1, 2, 3}),
+                           B({0, 6, 1, 0, 0x80, 0}), B({0, 5, 1, 2, 'd'}), B({0, 2}),
+                           B({0, 3, 1})};
+  for (int id = 0; id < 256; ++id) {
+    Bytes in = forms[kinds[id]];
+    in[0] = uint8_t(id);
+    in.insert(in.end(), {0xAD, 4, 60, 0});  // a cause element after it
+    AMHOST a;
+    a.DecodeOctets(in.data(), in.size());
+    ASSERT_EQ(a.elements.Count(), 2u) << "id " << id;
+    EXPECT_EQ(a.elements.first->elmt.kind, kinds[id]) << "id " << id;
+    EXPECT_EQ(a.elements.last->elmt.id, 173u) << "id " << id;
+    EXPECT_EQ(a.elements.last->elmt.intValue.value, 60) << "id " << id;
+  }
+}
+
 TEST(AmhostElement, ShortOrOverlongElementsConsumeNothing) {
   const Bytes bad[] = {
       B({0xA1}),                        // no length octet
       B({0xA1, 4, 7}),                  // length past the end
       B({0xA1, 2, 7, 0}),               // too short for a value
       B({0xA3, 5, 9, 'A', 'B'}),        // text longer than its element
+      B({0xA3, 4, 3, 'A', 'B', 'C', 0}), // the same, though inside the octets
       B({0xD3, 9, '1'}),                // kind 4 data past the end
+      B({0xD3, 2, '1'}),                // kind 4 data one octet past the end
       B({0xF8, 5, 0, 1, 2}),            // kind 5 needs six
       B({0x11, 1}),                     // total length below two
       B({0x11, 0}),
@@ -101,6 +130,13 @@ TEST(Amhost, KindFourLengthCountsOnlyTheData) {
   ASSERT_NE(a.Find(161), nullptr);
   EXPECT_EQ(a.Find(161)->intValue.value, 7);
   EXPECT_EQ(a.nounNr, 0u);  // no header
+
+  // Seven octets are too few for a header: 0x1E is then an element that does not fit.
+  AMHOST s;
+  Bytes seven = B({0x1E, 0x08, 0x01, 0x02, 0x00, 0x00, 0x06});
+  s.DecodeOctets(seven.data(), seven.size());
+  EXPECT_EQ(s.nounNr, 0u);
+  EXPECT_EQ(s.elements.Count(), 0u);
 }
 
 TEST(Amhost, RequestBodyGivesExactOctets) {

@@ -133,6 +133,8 @@ TEST(OfficeElement, ValuesAndConsumedCounts) {
   EXPECT_EQ(OctsBytes(e.cdrExtensions->secondTime), B({30}));
   EXPECT_EQ(e.cdrExtensions->firstText.Str(), "abc");
   EXPECT_EQ(e.cdrExtensions->secondText.octetLen, 0u);
+  ASSERT_EQ(Parse(B({228, 5, 1, 0xAA, 3, 'x', 'y', 'z'}), e), 5u);  // a field past the length ends the fields
+  EXPECT_EQ(e.cdrExtensions->secondTime.octetLen, 0u);
   ASSERT_EQ(Parse(B({231, 6, 2, 0xA1, 0xA2, 0xB1}), e), 6u);
   EXPECT_EQ(OctsBytes(e.callLinkage->gid.value), B({0xA1, 0xA2}));
   EXPECT_EQ(OctsBytes(e.callLinkage->tid.value), B({0xB1}));
