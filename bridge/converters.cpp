@@ -220,15 +220,18 @@ void ConvertListPart(uint32_t line, const AMHOST &amhost, bool fromInvocation, u
   }
   auto query = FindPending(line, list->U32(EventDataRecord::kListInvokeId));
   if (query == state.pending.end()) return;
+  const PendingRequest answered = *query;
   uint16_t count = list->U16(EventDataRecord::kListCount);
-  OutBytes out = Reply(*query);
+  OutBytes out = Reply(answered);
   out.U32(11, list->Sequence());
   out.U16(15, count);
   out.U32(17, 9u * count + 8u);
-  ReplyToPending(*query, K3_RESULT_SUCCESS);
-  // Answered: the request must not be completed a second time by the sweep.
+  // Off the list (so the sweep cannot complete it again) and the handle free
+  // before the host hears of it: its reply callback may reset the line or
+  // start the next query.
   state.pending.erase(query);
   state.listQueryHandle = 0;
+  SendReply(answered.line, answered.requestId, K3_RESULT_SUCCESS);
 }
 
 // ---------------------------------------------------------------------------

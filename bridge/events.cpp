@@ -172,6 +172,8 @@ void OnSendData(uint32_t line, const ROIVapdu &invoke) {
   if (!arg) return;
   auto path = FindPath(line, arg->ioCrossRefID);
   if (path == Line(line).dataPaths.end()) return;
+  // The send callback may reset the line, which frees the entry.
+  const std::string device = path->device;
   auto result = std::make_unique<SendDataResult>();
   result->choiceId = SendDataResult::noDataCid;
   result->noData = new AsnNull;
@@ -179,7 +181,7 @@ void OnSendData(uint32_t line, const ROIVapdu &invoke) {
 
   EventDataRecord record;
   OutBytes body = Body(record);
-  body.Field(datarec::kDevice, datarec::kDeviceWidth, path->device);
+  body.Field(datarec::kDevice, datarec::kDeviceWidth, device);
   body.Field(datarec::kData, kEventRecordSize - datarec::kData, arg->ioData.Octs(), arg->ioData.Len());
   // The received data travels in a record of the CDR record's type.
   StoreAndRaise(line, record, DS_EVENT_CDR_RECORD, DS_EVENT_DATA_RECEIVED, 0);

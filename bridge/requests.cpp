@@ -563,8 +563,7 @@ int32_t DispatchDevSpecific(uint32_t line, uint32_t, uint8_t *p, uint32_t size) 
 }
 
 uint32_t ProcessDevSpecificRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size) {
-  int32_t r = DispatchDevSpecific(line, requestId, block, size);
-  return CompleteRequest(line, requestId, block, size, r);
+  return RunRequest(line, requestId, block, size, DispatchDevSpecific);
 }
 
 }  // namespace k3

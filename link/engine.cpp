@@ -1,6 +1,7 @@
 #include "link/engine.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "link/platform.h"
 
@@ -11,6 +12,12 @@ CallbackTable g_callbacks = {};
 namespace {
 LineState g_line0;
 uint32_t g_eventSequence = 0;
+thread_local RequestInFlight *g_inFlight = nullptr;
+
+bool IsListed(uint32_t line, uint64_t serial) {
+  const auto &pending = Line(line).pending;
+  return std::any_of(pending.begin(), pending.end(), [serial](const PendingRequest &p) { return p.serial == serial; });
+}
 }  // namespace
 
 LineState &Line(uint32_t) { return g_line0; }
@@ -56,7 +63,18 @@ void ReplyToPending(const PendingRequest &request, uint32_t result) {
   if (it != Line(request.line).pending.end()) SendReply(it->line, it->requestId, result);
 }
 
-void AddPending(uint32_t line, const PendingRequest &request) { Line(line).pending.push_back(request); }
+uint64_t AddPending(uint32_t line, const PendingRequest &request) {
+  LineState &s = Line(line);
+  PendingRequest &added = s.pending.emplace_back(request);
+  added.serial = ++s.pendingSerial;
+  return added.serial;
+}
+
+void RemovePending(uint32_t line, uint64_t serial) {
+  auto &pending = Line(line).pending;
+  auto it = std::find_if(pending.begin(), pending.end(), [serial](const PendingRequest &p) { return p.serial == serial; });
+  if (it != pending.end()) pending.erase(it);
+}
 
 uint32_t StoreEventData(uint32_t line, const EventDataRecord &record) {
   uint32_t sequence = ++g_eventSequence;
@@ -103,6 +121,7 @@ uint32_t RemoveEventData(uint32_t line, uint32_t sequence) {
 
 void LineReset(uint32_t line) {
   LineState &s = Line(line);
+  ++s.resets;
   s.pending.clear();
   s.events.clear();
   s.monitors.clear();
@@ -111,6 +130,59 @@ void LineReset(uint32_t line) {
   s.cdrCrossRefId = CSTA3V6::AsnOcts();
   s.maintSessions.clear();
   s.dataPaths.clear();
+}
+
+uint64_t ListBeforeSend(uint32_t line, const void *block, uint32_t invokeId) {
+  RequestInFlight *req = g_inFlight;
+  if (!req || req->serial || req->line != line || req->block != block || !block) return 0;
+  uint32_t now = TickCount();
+  uint16_t type = 0;
+  std::memcpy(&type, req->block, sizeof type);  // the encoder has checked the size
+  req->serial = AddPending(line, PendingRequest{invokeId, type, req->block, req->size, req->requestId, line, now,
+                                                now + kRequestLifetimeMs});
+  req->invokeId = invokeId;
+  return req->serial;
+}
+
+void SettleAfterSend(uint32_t line, uint64_t serial, uint32_t accepted) {
+  RequestInFlight *req = g_inFlight;
+  if (!req || req->serial != serial || accepted) return;
+  // Refused: the request is not at the PBX. If the host's callbacks already
+  // answered it or reset the line meanwhile, it must not be completed again.
+  if (IsListed(line, serial))
+    RemovePending(line, serial);
+  else
+    req->settledDuringSend = true;
+  req->serial = 0;
+}
+
+uint32_t RunRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size,
+                    int32_t (*encoder)(uint32_t, uint32_t, uint8_t *, uint32_t)) {
+  RequestInFlight req{line, requestId, block, size};
+  req.outer = g_inFlight;
+  g_inFlight = &req;
+  struct Leave {
+    RequestInFlight &req;
+    ~Leave() {
+      g_inFlight = req.outer;
+      if (req.serial) RemovePending(req.line, req.serial);  // the encoder threw after sending
+    }
+  } leave{req};
+  int32_t r = encoder(line, requestId, block, size);
+  if (req.serial) {
+    const uint64_t serial = req.serial;
+    req.serial = 0;
+    // Listed under the invoke id the encoder returns: pending, or already
+    // answered from inside the send callback.
+    if (r == static_cast<int32_t>(req.invokeId)) return 0;
+    // The encoder decided otherwise after sending: its result completes the
+    // request, unless an answer did so already.
+    bool listed = IsListed(line, serial);
+    RemovePending(line, serial);
+    if (!listed) return 0;
+  }
+  if (req.settledDuringSend) return 0;
+  return CompleteRequest(line, requestId, block, size, r);
 }
 
 uint32_t CompleteRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size, int32_t r) {
@@ -134,16 +206,21 @@ uint32_t CompleteRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint
 
 void SweepTimeouts(uint32_t now) {
   LineState &s = Line(0);
+  // Take the expired requests off the list first: a reply callback may reset
+  // the line, dispatch an answer or start a request, so no iterator into the
+  // list may live across it.
+  std::list<PendingRequest> expired;
   for (auto it = s.pending.begin(); it != s.pending.end();) {
-    if (now > it->deadlineTick) {
-      PendingRequest expired = *it;
-      it = s.pending.erase(it);
-      SendReply(expired.line, expired.requestId, K3_RESULT_NO_PBX_ANSWER);
-    } else {
-      ++it;
-    }
+    auto next = std::next(it);
+    if (now > it->deadlineTick) expired.splice(expired.end(), s.pending, it);
+    it = next;
   }
   s.events.remove_if([now](const EventDataRecord &r) { return now > r.U32(EventDataRecord::kDeadlineTick); });
+  const uint32_t resets = s.resets;
+  for (const PendingRequest &p : expired) {
+    if (s.resets != resets) break;  // reset from a reply: the rest is dropped unanswered
+    SendReply(p.line, p.requestId, K3_RESULT_NO_PBX_ANSWER);
+  }
 }
 
 uint32_t MonitorStartHandler(uint32_t line, const char *device, const CSTA3V6::AsnOcts &crossRefId) {

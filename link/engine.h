@@ -51,6 +51,9 @@ struct PendingRequest {
   uint32_t line;
   uint32_t sentTick;
   uint32_t deadlineTick; // sentTick + 90000
+  // Numbered by AddPending, unique for the process's life: the entry is found
+  // again by it after a host callback, when any other handle may be stale.
+  uint64_t serial = 0;
 };
 
 // A 432-byte event-data record as TAPI fetches it, plus the text list that a
@@ -94,6 +97,8 @@ struct MonitorEntry {
 
 struct LineState {
   uint32_t invokeCounter = 0;        // never reset after load
+  uint64_t pendingSerial = 0;        // last serial given to a pending entry; never reset after load
+  uint32_t resets = 0;               // line resets so far: a loop that calls the host checks it afterwards
   std::list<PendingRequest> pending; // in order of sending
   std::list<EventDataRecord> events; // in order of storing
   std::list<MonitorEntry> monitors;  // in order of start
@@ -123,7 +128,11 @@ void RaiseEvent(uint32_t line, const uint32_t event[3]);
 void RaiseEventHeader(uint32_t line, const uint8_t header[12]);
 // Completes the first pending entry with request's invoke id; the entry stays.
 void ReplyToPending(const PendingRequest &request, uint32_t result);
-void AddPending(uint32_t line, const PendingRequest &request);
+// Appends a copy of request under a new serial; returns that serial.
+uint64_t AddPending(uint32_t line, const PendingRequest &request);
+// Removes the pending entry with this serial if it is still listed (a host
+// callback may already have answered it or reset the line).
+void RemovePending(uint32_t line, uint64_t serial);
 // The first pending entry of the line with this invoke id, or end.
 std::list<PendingRequest>::iterator FindPending(uint32_t line, uint32_t invokeId);
 
@@ -137,13 +146,42 @@ EventDataRecord *FindEventData(uint32_t line, uint32_t sequence);
 // request state; the invoke-id counter and the data-path counter stay.
 void LineReset(uint32_t line);
 
+// One device-specific request while its encoder runs on this thread. The
+// encoder's send lists it as pending before the host's send callback runs,
+// so that an answer the host hands in from inside that callback finds it.
+struct RequestInFlight {
+  uint32_t line;
+  uint32_t requestId;
+  uint8_t *block;
+  uint32_t size;
+  uint64_t serial = 0;            // the entry listed before sending, 0 when none
+  uint32_t invokeId = 0;          // its invoke id
+  bool settledDuringSend = false; // answered or dropped while the host held a refused message
+  RequestInFlight *outer = nullptr;
+};
+
+// Runs the encoder of one device-specific request and completes the request
+// from its result (CompleteRequest), unless it was listed before sending and
+// the host's callbacks already settled it. An exception from the encoder
+// leaves nothing listed and passes on.
+uint32_t RunRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size,
+                    int32_t (*encoder)(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size));
+// Around the host's send callback (SendRequest): lists the request in flight
+// for block under invokeId (returns its serial, 0 when there is none to
+// list), and afterwards takes it off again when the host refused the message.
+uint64_t ListBeforeSend(uint32_t line, const void *block, uint32_t invokeId);
+void SettleAfterSend(uint32_t line, uint64_t serial, uint32_t accepted);
+
 // Completes a request from its encoder's result: an invoke id makes it
 // pending, everything else is answered now. Returns 0 when the reply went out
 // (or the request is pending), else 0xC0000001.
 uint32_t CompleteRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size, int32_t encoderResult);
 
 // The timer procedure: requests past their deadline fail with 0xC0000012,
-// event data past its deadline is dropped. Only line 0 is swept.
+// event data past its deadline is dropped. Only line 0 is swept. Expired
+// requests leave the list before the first reply goes out; when a reply
+// callback resets the line, the remaining expired requests are dropped
+// without replies, as the reset drops every other request.
 void SweepTimeouts(uint32_t now);
 
 // Monitor registry.

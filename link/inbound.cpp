@@ -96,19 +96,19 @@ bool InvokeIdInRange(int32_t id) {
 
 // An error or reject: the request fails (0xC0000010 for a CDR start).
 void OnFailure(uint32_t line, uint32_t invokeId, const InboundConverters *cv) {
-  auto &pending = Line(line).pending;
   auto it = FindPending(line, invokeId);
-  if (it == pending.end()) return;
-  const PendingRequest *entry = &*it;
-  if (it->structType == 0x31) {
+  if (it == Line(line).pending.end()) return;
+  // A copy: the reply callback may reset the line or answer other requests.
+  const PendingRequest request = *it;
+  if (request.structType == 0x31) {
     if (cv && cv->cdrStart)
-      cv->cdrStart(line, *it, false, nullptr);
+      cv->cdrStart(line, request, false, nullptr);
     else
-      ReplyToPending(*it, K3_RESULT_CDR_NOT_STARTED);
+      ReplyToPending(request, K3_RESULT_CDR_NOT_STARTED);
   } else {
-    ReplyToPending(*it, K3_RESULT_ROSE_ERROR);
+    ReplyToPending(request, K3_RESULT_ROSE_ERROR);
   }
-  RemovePendingEntry(line, entry);
+  RemovePending(line, request.serial);
 }
 
 // The private-data routing of an escape result. Returns false when the
@@ -158,13 +158,17 @@ void OnResult(uint32_t line, const RORSapdu &rors, const InboundConverters *cv) 
   uint32_t invokeId = static_cast<uint32_t>(rors.invokeID.value);
   if (!rors.result) {
     // Only the oldest request is looked at, and it stays listed.
-    if (!pending.empty() && pending.front().invokeId == invokeId) ReplyToPending(pending.front(), 0);
+    if (!pending.empty() && pending.front().invokeId == invokeId) {
+      const PendingRequest first = pending.front();
+      ReplyToPending(first, 0);
+    }
     return;
   }
   auto it = FindPending(line, invokeId);
   if (it == pending.end()) return;
-  const PendingRequest *entry = &*it;
-  const PendingRequest &request = *it;
+  // The converters get a copy: their reply callback may reset the line, start
+  // requests or dispatch further answers, which would free the listed entry.
+  const PendingRequest request = *it;
   const AsnType *result = rors.result->result;
   switch (rors.result->operation_value.value) {
     case 51:
@@ -191,7 +195,7 @@ void OnResult(uint32_t line, const RORSapdu &rors, const InboundConverters *cv) 
       break;
     default: break;
   }
-  RemovePendingEntry(line, entry);
+  RemovePending(line, request.serial);
 }
 
 }  // namespace
@@ -213,16 +217,6 @@ const PrivateDataChoiceSeq *PbxItemOf(const AsnList<CSTAPrivateData> *list) {
 
 const PrivateDataChoiceSeq *PbxItemOf(const CSTACommonArguments *extensions) {
   return extensions ? PbxItemOf(extensions->privateData) : nullptr;
-}
-
-void RemovePendingEntry(uint32_t line, const PendingRequest *entry) {
-  auto &pending = Line(line).pending;
-  for (auto it = pending.begin(); it != pending.end(); ++it) {
-    if (&*it == entry) {
-      pending.erase(it);
-      return;
-    }
-  }
 }
 
 namespace {

@@ -9,7 +9,7 @@
 // the bridge fills and registers once with SetInboundConverters. Each entry
 // may be null; a null entry means the conversion is skipped (the dispatcher's
 // own bookkeeping - pending-list removal - still happens). The table must
-// outlive every later dispatch. The converters receive the pending request
+// outlive every later dispatch. The converters receive a copy of the pending request
 // they answer (its block is the caller's structure) and the already-checked
 // parts of the message; they complete the request themselves through
 // SendReply / ReplyToPending and must not remove it from the pending list
@@ -93,10 +93,6 @@ const CSTA3V6::PrivateDataChoiceSeq *PbxItemOf(const CSTA3V6::CSTAPrivateData *d
 const CSTA3V6::PrivateDataChoiceSeq *PbxItemOf(const CSTA3V6::AsnList<CSTA3V6::CSTAPrivateData> *list);
 // The private-data list of common arguments (null when absent).
 const CSTA3V6::PrivateDataChoiceSeq *PbxItemOf(const CSTA3V6::CSTACommonArguments *extensions);
-
-// Removes the pending entry at this address if it is still listed (a
-// converter may already have removed it).
-void RemovePendingEntry(uint32_t line, const PendingRequest *entry);
 
 }  // namespace k3
 

@@ -121,7 +121,12 @@ uint32_t SendRequest(uint32_t line, CSTAMsg &msg, void *block, uint32_t wantInvo
   uint32_t id = NextInvokeId(line);
   SetInvokeId(msg, id);
   if (!g_callbacks.send) return 0;
-  if (g_callbacks.send(line, &msg, block, id) == 0) return 0;
+  // A tracked request is listed before the host sees it: the host may hand in
+  // the PBX's answer from inside its send callback.
+  const uint64_t listed = wantInvokeId ? ListBeforeSend(line, block, id) : 0;
+  const uint32_t accepted = g_callbacks.send(line, &msg, block, id);
+  if (listed) SettleAfterSend(line, listed, accepted);
+  if (accepted == 0) return 0;
   return wantInvokeId ? id : 0;
 }
 

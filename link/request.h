@@ -46,7 +46,9 @@ uint32_t InvokeIdOf(const CSTA3V6::CSTAMsg &msg);
 // Takes the line's next invoke id (used up even if the send fails), writes it
 // into the message and hands the message to the host's send callback. Returns
 // the invoke id when the host accepted the message and wantInvokeId is
-// nonzero; 0 otherwise (also when no send callback is registered).
+// nonzero; 0 otherwise (also when no send callback is registered). A tracked
+// send for the request RunRequest is handling lists that request as pending
+// before the callback runs (see ListBeforeSend).
 uint32_t SendRequest(uint32_t line, CSTA3V6::CSTAMsg &msg, void *block, uint32_t wantInvokeId);
 
 // Sends msg under a given invoke id (an answer to the PBX's own invocation

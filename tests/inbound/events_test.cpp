@@ -22,13 +22,6 @@ CSTACommonArguments *PrivateData(const Bytes &octets) {
   return ext;
 }
 
-CSTAMsg Invoke(uint32_t id, int32_t op, AsnType *arg) {
-  CSTAMsg msg;
-  k3::BuildInvoke(msg, op, arg);
-  k3::SetInvokeId(msg, id);
-  return msg;
-}
-
 using L = LogicalDeviceFeatureEvents;
 const std::string kXref("\x01\x02", 2);
 
@@ -105,21 +98,6 @@ CSTAMsg StartPath(uint32_t id, const char *device, bool withPrivate) {
   (arg->object = new CSTAObject)->deviceObject = Device(device);
   if (withPrivate) arg->extensions = PrivateData(B({0xE0, 0x05, 0x07, 0x00, 0x00}));  // element 3, value 7
   return Invoke(id, 110, arg);
-}
-
-CSTAMsg PathMessage(uint32_t id, int32_t op, const std::string &xref, const char *data = "") {
-  auto *x = new IOCrossRefID;
-  x->choiceId = IOCrossRefID::computerProvidedCid;
-  x->computerProvided = new AsnOcts(xref.data(), xref.size());
-  if (op == 111) {
-    auto *arg = new StopDataPathArgument;
-    arg->ioCrossRefID = x;
-    return Invoke(id, op, arg);
-  }
-  auto *arg = new SendDataArgument;
-  arg->ioCrossRefID = x;
-  arg->ioData.Set(data);
-  return Invoke(id, op, arg);
 }
 
 TEST_F(Inbound, DataPathsAreOpenedUsedAndClosed) {

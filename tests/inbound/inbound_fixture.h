@@ -67,6 +67,30 @@ inline Bytes Maint(int type, int ref, const Bytes &items = {}, int action = 0xC4
 inline Bytes Date(int d, int m, int y) { return B({0xB8, 0x06, 0, d, m, y}); }
 inline Bytes Time(int h, int m, int s) { return B({0xB9, 0x06, 0, h, m, s}); }
 
+// An invocation of op by the PBX under invoke id id; msg owns arg.
+inline CSTAMsg Invoke(uint32_t id, int32_t op, AsnType *arg) {
+  CSTAMsg msg;
+  k3::BuildInvoke(msg, op, arg);
+  k3::SetInvokeId(msg, id);
+  return msg;
+}
+
+// sendData (112) with its data, or stopDataPath (111), naming a data path.
+inline CSTAMsg PathMessage(uint32_t id, int32_t op, const std::string &xref, const char *data = "") {
+  auto *x = new IOCrossRefID;
+  x->choiceId = IOCrossRefID::computerProvidedCid;
+  x->computerProvided = new AsnOcts(xref.data(), xref.size());
+  if (op == 111) {
+    auto *arg = new StopDataPathArgument;
+    arg->ioCrossRefID = x;
+    return Invoke(id, op, arg);
+  }
+  auto *arg = new SendDataArgument;
+  arg->ioCrossRefID = x;
+  arg->ioData.Set(data);
+  return Invoke(id, op, arg);
+}
+
 struct Host {
   std::vector<std::pair<uint32_t, Bytes>> sent;      // invoke id, BER
   std::vector<std::pair<uint32_t, uint32_t>> replies;  // request id, result
