@@ -119,16 +119,18 @@ bool OwnsState();        // this thread owns the state now
 void ClaimState();       // the worker thread: owns the state for its life
 
 enum class RendezvousPurpose { Inbound, Close };
-// Caller side: takes a ticket and posts message 1027 with it. 0 when the post
-// failed (the ticket is withdrawn).
-LONG RendezvousPost(RendezvousPurpose purpose, uint32_t line);
+// Caller side: waits for this process's turn (callers go one at a time), takes
+// a ticket and posts message 1027 with it. 0 when the post failed (the ticket
+// is withdrawn); negative when the turn did not come in time. start gets the
+// tick the whole wait is measured from.
+LONG RendezvousPost(RendezvousPurpose purpose, uint32_t line, DWORD *start);
 // Waits until the worker is parked for ticket (WAIT_OBJECT_0, and this thread
 // owns the state until RendezvousRelease) or the wait ends (its result). A
 // close whose wait ended is left to the worker, which resets the line when it
 // reaches the ticket.
-DWORD RendezvousAwait(LONG ticket);
-// Ends this caller's round: gives the state back (if it was taken) and sets
-// "EventMainThread".
+DWORD RendezvousAwait(LONG ticket, DWORD start);
+// Ends this caller's round: gives the state back (if it was taken), sets
+// "EventMainThread" and passes the turn on.
 void RendezvousRelease(LONG ticket, bool taken);
 // Worker side of message 1027 for ticket.
 void RendezvousPark(LONG ticket);

@@ -36,12 +36,13 @@ void CloseExclusively(uint32_t line) {
     CloseLine(line);
     return;
   }
-  LONG ticket = RendezvousPost(RendezvousPurpose::Close, line);
+  DWORD start;
+  LONG ticket = RendezvousPost(RendezvousPurpose::Close, line, &start);
   if (!ticket) {
     CloseLine(line);  // the worker went away meanwhile
     return;
   }
-  DWORD r = RendezvousAwait(ticket);
+  DWORD r = RendezvousAwait(ticket, start);
   if (r == WAIT_OBJECT_0) {
     try {
       CloseLine(line);
@@ -119,14 +120,15 @@ int32_t K3_CALL fn_vrt_CSTAfromVorta(uint32_t dwVortaID, const void *message) {
     // worker, or a host thread inside its own inbound call): run it now.
     if (OwnsState()) return HookDispatchInbound(dwVortaID, message);
 
-    LONG ticket = RendezvousPost(RendezvousPurpose::Inbound, dwVortaID);
+    DWORD start;
+    LONG ticket = RendezvousPost(RendezvousPurpose::Inbound, dwVortaID, &start);
     if (!ticket) {
       ReportLog(kCategoryThread, "fn_vrt_CSTAfromVorta: Error sending ThreadMessage");
       SetEvent(g_worker.evMainThread);
       return 0;
     }
     int32_t result = 0;
-    DWORD r = RendezvousAwait(ticket);
+    DWORD r = RendezvousAwait(ticket, start);
     if (r == WAIT_OBJECT_0) {
       // The worker is parked: the library's state is ours until we release it.
       try {

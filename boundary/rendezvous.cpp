@@ -30,6 +30,9 @@ struct Waiter {
 // The rendezvous book, under one lock held only for a few instructions.
 struct Book {
   CRITICAL_SECTION lock;
+  // Callers of this process take turns: one at a time waits for the worker, so
+  // the worker's signal always finds the caller it was meant for.
+  HANDLE turn = nullptr;
   bool ready = false;
   LONG lastTicket = 0;
   std::vector<Waiter> waiting;  // tickets posted and not yet parked for
@@ -62,36 +65,25 @@ void DropWaiter(LONG ticket) {
     }
 }
 
-// Waits on event for up to totalMs until done() holds (checked under the lock
-// after every wake and every slice). Returns WAIT_OBJECT_0 when it held, else
-// the result of the last wait (WAIT_TIMEOUT, or WAIT_FAILED with its error);
-// then giveUp() has run under the same lock as the last check, so nothing can
-// happen between the two. onStray runs, under the lock, for a wake that did
-// not satisfy done(); true hands the signal on.
-template <class Done, class Stray, class GiveUp>
-DWORD WaitFor(HANDLE event, DWORD totalMs, Done done, Stray onStray, GiveUp giveUp) {
-  const DWORD start = GetTickCount();
+// Waits on event until done() holds (checked under the lock after every wake
+// and every slice) or the deadline passes. Returns WAIT_OBJECT_0 when it held,
+// else the result of the last wait (WAIT_TIMEOUT, or WAIT_FAILED with its
+// error); then giveUp() has run under the same lock as the last check, so
+// nothing can happen between the two. A wake that does not satisfy done() is a
+// signal left over from an earlier round, or another process's: dropped.
+template <class Done, class GiveUp>
+DWORD WaitFor(HANDLE event, DWORD start, DWORD totalMs, Done done, GiveUp giveUp) {
   for (;;) {
     DWORD elapsed = GetTickCount() - start;
     DWORD left = elapsed >= totalMs ? 0 : totalMs - elapsed;
     DWORD r = WaitForSingleObject(event, left < kSliceMs ? left : kSliceMs);
     DWORD err = GetLastError();
-    bool stray = false;
-    {
-      Locked l;
-      if (done()) return WAIT_OBJECT_0;
-      if (r == WAIT_FAILED || r == WAIT_ABANDONED || (r == WAIT_TIMEOUT && left <= kSliceMs)) {
-        giveUp();
-        SetLastError(err);
-        return r;
-      }
-      if (r == WAIT_OBJECT_0) stray = onStray();
-    }
-    if (stray) {
-      // The signal belongs to another caller of this process, already waiting:
-      // hand it on.
-      SetEvent(event);
-      Sleep(0);
+    Locked l;
+    if (done()) return WAIT_OBJECT_0;
+    if (r == WAIT_FAILED || r == WAIT_ABANDONED || (r == WAIT_TIMEOUT && left <= kSliceMs)) {
+      giveUp();
+      SetLastError(err);
+      return r;
     }
   }
 }
@@ -101,6 +93,7 @@ DWORD WaitFor(HANDLE event, DWORD totalMs, Done done, Stray onStray, GiveUp give
 void OwnershipAttach() {
   if (!g_book.ready) {
     InitializeCriticalSection(&g_book.lock);
+    g_book.turn = CreateEventA(nullptr, FALSE, TRUE, nullptr);
     g_book.ready = true;
   }
   if (g_ownerSlot == TLS_OUT_OF_INDEXES) g_ownerSlot = TlsAlloc();
@@ -109,7 +102,11 @@ void OwnershipAttach() {
 void OwnershipDetach() {
   if (g_ownerSlot != TLS_OUT_OF_INDEXES) TlsFree(g_ownerSlot);
   g_ownerSlot = TLS_OUT_OF_INDEXES;
-  if (g_book.ready) DeleteCriticalSection(&g_book.lock);
+  if (g_book.ready) {
+    DeleteCriticalSection(&g_book.lock);
+    if (g_book.turn) CloseHandle(g_book.turn);
+    g_book.turn = nullptr;
+  }
   g_book.ready = false;
 }
 
@@ -122,30 +119,43 @@ bool WorkerRunning() {
          WaitForSingleObject(g_worker.thread, 0) == WAIT_TIMEOUT;
 }
 
-LONG RendezvousPost(RendezvousPurpose purpose, uint32_t line) {
+LONG RendezvousPost(RendezvousPurpose purpose, uint32_t line, DWORD *start) {
+  *start = GetTickCount();
+  // Wait for this process's turn within the same budget as the rendezvous.
+  DWORD r = WaitForSingleObject(g_book.turn, kRendezvousWaitMs);
+  const bool turn = r == WAIT_OBJECT_0;
+  // Without a turn an inbound call gives up; a close is still left to the
+  // worker, in line behind the others.
+  if (!turn && purpose == RendezvousPurpose::Inbound) return -LONG(r == WAIT_TIMEOUT ? 1 : 2);
   LONG ticket;
   {
     Locked l;
     ticket = ++g_book.lastTicket;
     if (ticket <= 0) ticket = g_book.lastTicket = 1;  // after 2^31 rounds
-    g_book.waiting.push_back({ticket, purpose, line, false});
+    g_book.waiting.push_back({ticket, purpose, line, !turn});
+  }
+  if (!turn) {
+    ThreadMessage(kMsgFromVorta, WPARAM(ticket), nullptr);
+    return -LONG(r == WAIT_TIMEOUT ? 1 : 2);
   }
   if (ThreadMessage(kMsgFromVorta, WPARAM(ticket), nullptr)) return ticket;
-  Locked l;
-  DropWaiter(ticket);
+  {
+    Locked l;
+    DropWaiter(ticket);
+  }
+  SetEvent(g_book.turn);
   return 0;
 }
 
-DWORD RendezvousAwait(LONG ticket) {
+DWORD RendezvousAwait(LONG ticket, DWORD start) {
+  if (ticket < 0) return ticket == -1 ? WAIT_TIMEOUT : WAIT_FAILED;  // no turn
   DWORD r = WaitFor(
-      g_worker.evFromVorta, kRendezvousWaitMs,
+      g_worker.evFromVorta, start, kRendezvousWaitMs,
       [&] {
         if (g_book.parkedFor != ticket || g_book.taken) return false;
         g_book.taken = true;
         return true;
       },
-      // Parked for a caller that has not seen its signal yet: not ours to drop.
-      [&] { return g_book.parkedFor != 0 && !g_book.taken; },
       [&] {
         Waiter *w = FindWaiter(ticket);
         if (w && w->purpose == RendezvousPurpose::Close)
@@ -164,6 +174,7 @@ void RendezvousRelease(LONG ticket, bool taken) {
     if (g_book.parkedFor == ticket) g_book.released = true;
   }
   SetEvent(g_worker.evMainThread);
+  if (ticket > 0) SetEvent(g_book.turn);
 }
 
 void RendezvousPark(LONG ticket) {
@@ -191,9 +202,7 @@ void RendezvousPark(LONG ticket) {
   }
   SetEvent(g_worker.evFromVorta);
   DWORD r = WaitFor(
-      g_worker.evMainThread, kRendezvousWaitMs, [] { return g_book.released; },
-      [] { return false; },  // a release left over from an earlier round: wait on
-      [] {});
+      g_worker.evMainThread, GetTickCount(), kRendezvousWaitMs, [] { return g_book.released; }, [] {});
   DWORD err = GetLastError();
   {
     Locked l;

@@ -26,6 +26,7 @@
 #include "host/scenario.h"
 #include "kestrel3.h"
 #include "kestrel3_structures.h"
+#include "tests/soak/k3_dll.h"
 
 namespace {
 
@@ -124,6 +125,25 @@ struct InCallback {
   }
 };
 
+// A fresh request block; its request id is its place in g_blocks, plus 1.
+K3_DS_AMHOST_8 *NewBlock(uint32_t *id) {
+  std::lock_guard<std::mutex> l(g_lock);
+  g_blocks.push_back(K3_DS_AMHOST_8{DS_AMHOST_8_2, 0, 0, 0});
+  *id = uint32_t(g_blocks.size());
+  return &g_blocks.back();
+}
+
+// The next send callback holds the worker for ms; inSend is true meanwhile.
+void HoldNextSend(std::atomic<bool> &inSend, DWORD ms) {
+  auto entered = std::make_shared<std::atomic<bool>>(false);
+  g_onSend = [&inSend, entered, ms](const Sent &) {
+    if (entered->exchange(true)) return;
+    inSend = true;
+    Sleep(ms);
+    inSend = false;
+  };
+}
+
 uint32_t RequestOfBlock(const void *block) {
   std::lock_guard<std::mutex> l(g_lock);
   for (size_t i = 0; i < g_blocks.size(); ++i)
@@ -195,34 +215,6 @@ size_t CompletionsOf(uint32_t requestId) {
   return n;
 }
 
-struct Library {
-  HMODULE h = nullptr;
-  PFN_fn_vrt_lineOpenAndSelectExtVersion open = nullptr;
-  PFN_fn_vrt_lineDevSpecific dev = nullptr;
-  PFN_fn_vrt_CSTAfromVorta from = nullptr;
-  PFN_fn_vrt_MonitorStart monStart = nullptr;
-  PFN_fn_vrt_MonitorClear monClear = nullptr;
-
-  template <class F>
-  void Get(F &f, const char *name) {
-    f = reinterpret_cast<F>(reinterpret_cast<void (*)()>(GetProcAddress(h, name)));
-  }
-  bool Load(const char *name) {
-    h = LoadLibraryA(name);
-    if (!h) return false;
-    Get(open, "fn_vrt_lineOpenAndSelectExtVersion");
-    Get(dev, "fn_vrt_lineDevSpecific");
-    Get(from, "fn_vrt_CSTAfromVorta");
-    Get(monStart, "fn_vrt_MonitorStart");
-    Get(monClear, "fn_vrt_MonitorClear");
-    return open && dev && from && monStart && monClear;
-  }
-  void Unload() {
-    if (h) FreeLibrary(h);
-    h = nullptr;
-  }
-};
-
 class Hostile : public ::testing::Test {
  protected:
   void Start(const char *dll) {
@@ -233,24 +225,18 @@ class Hostile : public ::testing::Test {
     g_onSend = nullptr, g_onReply = nullptr, g_onEvent = nullptr;
     g_overlaps = 0;
     ASSERT_TRUE(lib_.Load(dll)) << dll;
-    ASSERT_EQ(1u, lib_.open(0, kExt, OnReply, OnEvent, nullptr, OnSend, nullptr));
+    ASSERT_EQ(1u, lib_.lineOpen(0, kExt, OnReply, OnEvent, nullptr, OnSend, nullptr));
   }
   void TearDown() override {
-    if (lib_.h) lib_.open(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
+    if (lib_.h) lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
     g_onSend = nullptr, g_onReply = nullptr, g_onEvent = nullptr;
     lib_.Unload();
   }
   // Issues a time query with the next request id; returns the id.
   uint32_t Request() {
     uint32_t id;
-    K3_DS_AMHOST_8 *block;
-    {
-      std::lock_guard<std::mutex> l(g_lock);
-      g_blocks.push_back(K3_DS_AMHOST_8{DS_AMHOST_8_2, 0, 0, 0});
-      id = uint32_t(g_blocks.size());
-      block = &g_blocks.back();
-    }
-    EXPECT_EQ(0u, lib_.dev(0, id, block, sizeof *block)) << "request " << id;
+    K3_DS_AMHOST_8 *block = NewBlock(&id);
+    EXPECT_EQ(0u, lib_.devSpecific(0, id, block, sizeof *block)) << "request " << id;
     return id;
   }
   // Waits until request id was sent and is pending (the next request's send
@@ -268,7 +254,7 @@ class Hostile : public ::testing::Test {
     WaitUntil([&] { return SentFor(id) != nullptr; });
     Sleep(20);
   }
-  Library lib_;
+  K3Dll lib_;
 };
 
 // ---- callbacks that re-enter the exports ------------------------------------------
@@ -287,7 +273,7 @@ TEST_F(Hostile, InboundCallsFromInsideCallbacksRunAtOnce) {
     if (fromSend != -1 || s.requestId == a) return;
     worker = GetCurrentThreadId();
     auto t = Clock::now();
-    fromSend = lib_.from(0, answerA.get());
+    fromSend = lib_.fromVorta(0, answerA.get());
     sendSecs = SecondsSince(t);
   };
   b = Request();
@@ -315,11 +301,11 @@ TEST_F(Hostile, InboundCallsFromInsideCallbacksRunAtOnce) {
   g_onReply = [&](const Done &done) {
     if (done.requestId != b) return;
     auto t = Clock::now();
-    fromReply = lib_.from(0, answerC.get());
+    fromReply = lib_.fromVorta(0, answerC.get());
     replySecs = SecondsSince(t);
     d = Request();
   };
-  EXPECT_EQ(1, lib_.from(0, answerB.get()));
+  EXPECT_EQ(1, lib_.fromVorta(0, answerB.get()));
   g_onReply = nullptr;
   EXPECT_EQ(1, fromReply.load());
   EXPECT_LT(replySecs, 5.0);
@@ -339,17 +325,17 @@ TEST_F(Hostile, InboundCallsFromInsideCallbacksRunAtOnce) {
   g_onEvent = [&] {
     if (e) return;
     e = Request();
-    fromEvent = lib_.from(0, answerD.get());
+    fromEvent = lib_.fromVorta(0, answerD.get());
   };
   auto event = DataPathEvent(7);
-  EXPECT_EQ(1, lib_.from(0, event.get()));
+  EXPECT_EQ(1, lib_.fromVorta(0, event.get()));
   g_onEvent = nullptr;
   EXPECT_EQ(1, fromEvent.load());
   ASSERT_TRUE(e != 0);
   ASSERT_TRUE(SentMessage(e));
   f = Request();
   auto answerE = AnswerTo(*SentMessage(e));
-  EXPECT_EQ(1, lib_.from(0, answerE.get()));
+  EXPECT_EQ(1, lib_.fromVorta(0, answerE.get()));
 
   std::lock_guard<std::mutex> l(g_lock);
   EXPECT_FALSE(g_events.empty());
@@ -372,22 +358,16 @@ struct Rounds {
   int rounds = 0, early = 0;
 };
 
-Rounds RunExclusionRounds(Library &lib, int rounds, int threads) {
+Rounds RunExclusionRounds(K3Dll &lib, int rounds, int threads) {
   Rounds out;
   for (int r = 0; r < rounds; ++r) {
     // Two requests pending: their answers come from the host threads.
     std::vector<uint32_t> ids;
     std::vector<std::shared_ptr<CSTAMsg>> answers;
     for (int t = 0; t < threads; ++t) {
-      K3_DS_AMHOST_8 *block;
       uint32_t id;
-      {
-        std::lock_guard<std::mutex> l(g_lock);
-        g_blocks.push_back(K3_DS_AMHOST_8{DS_AMHOST_8_2, 0, 0, 0});
-        id = uint32_t(g_blocks.size());
-        block = &g_blocks.back();
-      }
-      lib.dev(0, id, block, sizeof *block);
+      K3_DS_AMHOST_8 *block = NewBlock(&id);
+      lib.devSpecific(0, id, block, sizeof *block);
       ids.push_back(id);
     }
     for (uint32_t id : ids) {
@@ -398,26 +378,17 @@ Rounds RunExclusionRounds(Library &lib, int rounds, int threads) {
     // Slow reply callbacks: two host threads dispatching at once would meet.
     g_onReply = [](const Done &) { Sleep(20); };
     // The request whose send callback holds the worker for 150 ms.
-    std::atomic<bool> inSend{false}, entered{false};
-    g_onSend = [&](const Sent &) {
-      if (entered.exchange(true)) return;
-      inSend = true;
-      Sleep(150);
-      inSend = false;
-    };
-    K3_DS_AMHOST_8 *holdBlock;
-    {
-      std::lock_guard<std::mutex> l(g_lock);
-      g_blocks.push_back(K3_DS_AMHOST_8{DS_AMHOST_8_2, 0, 0, 0});
-      holdBlock = &g_blocks.back();
-    }
-    lib.dev(0, uint32_t(g_blocks.size()), holdBlock, sizeof *holdBlock);
+    std::atomic<bool> inSend{false};
+    HoldNextSend(inSend, 150);
+    uint32_t holdId;
+    K3_DS_AMHOST_8 *holdBlock = NewBlock(&holdId);
+    lib.devSpecific(0, holdId, holdBlock, sizeof *holdBlock);
     while (!inSend) Sleep(1);
     std::vector<std::thread> hosts;
     std::atomic<int> early{0};
     for (int t = 0; t < threads; ++t)
       hosts.emplace_back([&, t] {
-        lib.from(0, answers[t].get());
+        lib.fromVorta(0, answers[t].get());
         if (inSend) ++early;
       });
     for (auto &h : hosts) h.join();
@@ -446,7 +417,7 @@ TEST_F(Hostile, RendezvousStaysExclusiveAfterTimeOutsOnEitherSide) {
   while (!held) Sleep(1);
   auto stray = DataPathEvent(9);
   auto t = Clock::now();
-  EXPECT_EQ(0, lib_.from(0, stray.get()));  // gave up
+  EXPECT_EQ(0, lib_.fromVorta(0, stray.get()));  // gave up
   EXPECT_GE(SecondsSince(t), wait - 0.1);
   SetEvent(letGo);
   g_onSend = nullptr;
@@ -460,7 +431,7 @@ TEST_F(Hostile, RendezvousStaysExclusiveAfterTimeOutsOnEitherSide) {
   // release must not let a later round pass.
   ResetEvent(letGo);
   g_onEvent = [&] { WaitForSingleObject(letGo, 30000); };
-  std::thread slow([&] { lib_.from(0, stray.get()); });
+  std::thread slow([&] { lib_.fromVorta(0, stray.get()); });
   EXPECT_TRUE(WaitUntil([&] { return !g_events.empty(); }));
   Sleep(DWORD(K3_TEST_RENDEZVOUS_MS + 300));
   g_onEvent = nullptr;
@@ -494,16 +465,11 @@ TEST_F(Hostile, LineCloseWaitsForTheWorkerAndRefusesWhatFollows) {
 
   // A close from a host thread while the worker is inside a send callback
   // returns only after that callback.
-  std::atomic<bool> inSend{false}, entered{false};
-  g_onSend = [&](const Sent &) {
-    if (entered.exchange(true)) return;
-    inSend = true;
-    Sleep(300);
-    inSend = false;
-  };
+  std::atomic<bool> inSend{false};
+  HoldNextSend(inSend, 300);
   uint32_t held = Request();
   while (!inSend) Sleep(1);
-  EXPECT_EQ(1u, lib_.open(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr));
+  EXPECT_EQ(1u, lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr));
   EXPECT_FALSE(inSend.load()) << "the close ran while the worker was inside a handler";
   g_onSend = nullptr;
 
@@ -514,14 +480,14 @@ TEST_F(Hostile, LineCloseWaitsForTheWorkerAndRefusesWhatFollows) {
     sentBefore = g_sent.size();
   }
   K3_DS_AMHOST_8 after{DS_AMHOST_8_2, 0, 0, 0};
-  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.dev(0, 500, &after, sizeof after));
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.devSpecific(0, 500, &after, sizeof after));
   AsnOcts xref("X1");
-  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.monStart(0, "4711", &xref));
-  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.monClear(0));
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.monitorStart(0, "4711", &xref));
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.monitorClear(0));
 
   // A close from inside the send callback (the worker holds the state): at
   // once; a request queued behind it is completed as not queued, never sent.
-  ASSERT_EQ(1u, lib_.open(0, kExt, OnReply, OnEvent, nullptr, OnSend, nullptr));
+  ASSERT_EQ(1u, lib_.lineOpen(0, kExt, OnReply, OnEvent, nullptr, OnSend, nullptr));
   Settle();
   std::atomic<int> closed{-1};
   std::atomic<bool> queuedBehind{false};
@@ -530,15 +496,11 @@ TEST_F(Hostile, LineCloseWaitsForTheWorkerAndRefusesWhatFollows) {
   g_onSend = [&](const Sent &) {
     if (closed != -1) return;
     WaitForSingleObject(go, 10000);  // the next request is queued meanwhile
-    closed = int(lib_.open(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr));
+    closed = int(lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr));
   };
   uint32_t closer = Request();
-  {
-    std::lock_guard<std::mutex> l(g_lock);
-    g_blocks.push_back(K3_DS_AMHOST_8{DS_AMHOST_8_2, 0, 0, 0});
-    behind = uint32_t(g_blocks.size());
-  }
-  queuedBehind = lib_.dev(0, behind, &g_blocks[behind - 1], sizeof(K3_DS_AMHOST_8)) == 0;
+  K3_DS_AMHOST_8 *behindBlock = NewBlock(&behind);
+  queuedBehind = lib_.devSpecific(0, behind, behindBlock, sizeof *behindBlock) == 0;
   SetEvent(go);
   EXPECT_TRUE(queuedBehind.load());
   ASSERT_TRUE(WaitUntil([&] { return DoneFor(behind) != nullptr; }));
@@ -551,6 +513,43 @@ TEST_F(Hostile, LineCloseWaitsForTheWorkerAndRefusesWhatFollows) {
   EXPECT_EQ(nullptr, SentFor(500));
   EXPECT_TRUE(SentFor(held) && SentFor(closer));
   (void)sentBefore;
+  EXPECT_EQ(0, g_overlaps.load());
+}
+
+// The 10 s sweep completes requests that waited 90 s. The first completion
+// closes the line from inside the sweep: the sweep stops there (the others were
+// dropped with the line), a request from the same callback is refused, and the
+// reopened line works.
+TEST_F(Hostile, LineCloseFromAReplyDuringTheSweep) {
+  Start("Kestrel3.dll");
+  uint32_t ids[3] = {Request(), Request(), Request()};
+  for (uint32_t id : ids) ASSERT_TRUE(SentMessage(id));
+  std::atomic<int> closes{0};
+  std::atomic<uint32_t> refused{0};
+  g_onReply = [&](const Done &d) {
+    if (d.result != K3_RESULT_NO_PBX_ANSWER || closes++ != 0) return;
+    lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
+    K3_DS_AMHOST_8 late{DS_AMHOST_8_2, 0, 0, 0};
+    refused = lib_.devSpecific(0, 700, &late, sizeof late);
+  };
+  ASSERT_TRUE(WaitUntil([&] { return !g_done.empty(); }, 130));
+  Sleep(300);
+  g_onReply = nullptr;
+  EXPECT_EQ(1, closes.load());
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, refused.load());
+  {
+    std::lock_guard<std::mutex> l(g_lock);
+    ASSERT_EQ(1u, g_done.size());
+    EXPECT_EQ(ids[0], g_done[0].requestId);
+    EXPECT_EQ(nullptr, SentFor(700));
+  }
+  ASSERT_EQ(1u, lib_.lineOpen(0, kExt, OnReply, OnEvent, nullptr, OnSend, nullptr));
+  uint32_t after = Request();
+  auto answer = AnswerTo(*SentMessage(after));
+  EXPECT_EQ(1, lib_.fromVorta(0, answer.get()));
+  std::lock_guard<std::mutex> l(g_lock);
+  ASSERT_TRUE(DoneFor(after));
+  EXPECT_EQ(0u, DoneFor(after)->result);
   EXPECT_EQ(0, g_overlaps.load());
 }
 
@@ -570,10 +569,10 @@ TEST_F(Hostile, LineCloseWorksWhenTheWorkerIsGone) {
   ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, 5000));
   CloseHandle(thread);
   auto t = Clock::now();
-  EXPECT_EQ(1u, lib_.open(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr));
+  EXPECT_EQ(1u, lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr));
   EXPECT_LT(SecondsSince(t), 2.0);
   K3_DS_AMHOST_8 after{DS_AMHOST_8_2, 0, 0, 0};
-  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.dev(0, 600, &after, sizeof after));
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.devSpecific(0, 600, &after, sizeof after));
 }
 
 // ---- unload --------------------------------------------------------------------------
@@ -597,7 +596,7 @@ TEST_F(Hostile, IdleUnloadEndsTheWorkerNormallyAndQuickly) {
     std::lock_guard<std::mutex> l(g_lock);
     worker = SentFor(id)->thread;
   }
-  lib_.open(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
+  lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
   Sleep(100);
   HANDLE thread = OpenThread(SYNCHRONIZE | THREAD_QUERY_INFORMATION, FALSE, worker);
   ASSERT_TRUE(thread);
