@@ -93,6 +93,52 @@ struct WorkerState {
 };
 extern WorkerState g_worker;
 
+// How long either side of the inbound rendezvous waits for the other. A test
+// build of the library may compile in a shorter wait; the shipped one waits 60 s.
+#ifndef K3_RENDEZVOUS_WAIT_MS
+#define K3_RENDEZVOUS_WAIT_MS 60000
+#endif
+constexpr DWORD kRendezvousWaitMs = K3_RENDEZVOUS_WAIT_MS;
+
+// ---- ownership of the library's state and the inbound rendezvous ----
+//
+// At any moment one thread owns the state: the worker, or a host thread that the
+// parked worker handed it to. A call into the library from the owning thread
+// (a host callback re-entering an export) runs directly: waiting for the worker
+// there would wait for itself.
+//
+// Every rendezvous carries a ticket (the wParam of message 1027). The worker
+// parks only for a caller whose ticket is still waiting; a caller takes the
+// state only when the worker is parked for its own ticket; a release counts only
+// for the round it belongs to. A signal left over from a round that timed out
+// on either side is therefore never taken for a fresh one.
+
+void OwnershipAttach();  // at load, before the worker starts
+void OwnershipDetach();  // at unload, after the worker has ended
+bool OwnsState();        // this thread owns the state now
+void ClaimState();       // the worker thread: owns the state for its life
+
+enum class RendezvousPurpose { Inbound, Close };
+// Caller side: waits for this process's turn (callers go one at a time), takes
+// a ticket and posts message 1027 with it. 0 when the post failed (the ticket
+// is withdrawn); negative when the turn did not come in time. start gets the
+// tick the whole wait is measured from.
+LONG RendezvousPost(RendezvousPurpose purpose, uint32_t line, DWORD *start);
+// Waits until the worker is parked for ticket (WAIT_OBJECT_0, and this thread
+// owns the state until RendezvousRelease) or the wait ends (its result). A
+// close whose wait ended is left to the worker, which resets the line when it
+// reaches the ticket.
+DWORD RendezvousAwait(LONG ticket, DWORD start);
+// Ends this caller's round: gives the state back (if it was taken), sets
+// "EventMainThread" and passes the turn on.
+void RendezvousRelease(LONG ticket, bool taken);
+// Worker side of message 1027 for ticket.
+void RendezvousPark(LONG ticket);
+// The line close itself: the line counts as closed, its state is dropped.
+void CloseLine(uint32_t line);
+// The worker thread exists, has its queue and has not ended.
+bool WorkerRunning();
+
 BOOL OnProcessAttach(HMODULE module);
 void OnProcessDetach();
 BOOL StartThread();

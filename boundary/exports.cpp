@@ -27,6 +27,38 @@ uint32_t PostRecord(UINT id, ThreadMessageRecord *record, const char *failureTex
   return K3_RESULT_NOT_QUEUED;
 }
 
+// Closes the line with the state in hand: directly when this thread holds it
+// already (a host callback) or no worker runs to touch it; otherwise through a
+// rendezvous like an inbound call. Should the worker not park in time, it runs
+// the close itself when it reaches the ticket; requests are refused from now on.
+void CloseExclusively(uint32_t line) {
+  if (OwnsState() || !WorkerRunning()) {
+    CloseLine(line);
+    return;
+  }
+  DWORD start;
+  LONG ticket = RendezvousPost(RendezvousPurpose::Close, line, &start);
+  if (!ticket) {
+    CloseLine(line);  // the worker went away meanwhile
+    return;
+  }
+  DWORD r = RendezvousAwait(ticket, start);
+  if (r == WAIT_OBJECT_0) {
+    try {
+      CloseLine(line);
+    } catch (...) {
+      RendezvousRelease(ticket, true);
+      throw;
+    }
+  } else {
+    g_callbacks.extVersion = 0;
+  }
+  RendezvousRelease(ticket, r == WAIT_OBJECT_0);
+}
+
+// Requests and monitor notifications need an open line.
+bool LineIsOpen() { return g_callbacks.extVersion != 0; }
+
 }  // namespace
 
 extern "C" {
@@ -37,8 +69,7 @@ uint32_t K3_CALL fn_vrt_lineOpenAndSelectExtVersion(uint32_t dwVortaID, uint32_t
                                                     void *valueB) {
   return Guarded<uint32_t>(0, [&]() -> uint32_t {
     if (extVersion == 0) {
-      // Closing: drop the line's state at once, on this thread.
-      HookLineReset(dwVortaID);
+      CloseExclusively(dwVortaID);
       return 1;
     }
     if (!g_worker.evFromVorta) {
@@ -71,7 +102,7 @@ uint32_t K3_CALL fn_vrt_lineOpenAndSelectExtVersion(uint32_t dwVortaID, uint32_t
 uint32_t K3_CALL fn_vrt_lineDevSpecific(uint32_t dwVortaID, uint32_t dwRequestID, void *lpParams,
                                         uint32_t dwSize) {
   return Guarded<uint32_t>(K3_RESULT_NOT_QUEUED, [&]() -> uint32_t {
-    if (!lpParams || dwSize == 0 || g_callbacks.extVersion == 0) return K3_RESULT_NOT_QUEUED;
+    if (!lpParams || dwSize == 0 || !LineIsOpen()) return K3_RESULT_NOT_QUEUED;
     ThreadMessageRecord *record = NewRecord();
     record->requestLine = dwVortaID;
     record->requestId = dwRequestID;
@@ -85,13 +116,19 @@ uint32_t K3_CALL fn_vrt_lineDevSpecificFeature(void) { return 0; }
 
 int32_t K3_CALL fn_vrt_CSTAfromVorta(uint32_t dwVortaID, const void *message) {
   return Guarded<int32_t>(0, [&]() -> int32_t {
-    if (!ThreadMessage(kMsgFromVorta, 0, nullptr)) {
+    // From a host callback on the thread that holds the state already (the
+    // worker, or a host thread inside its own inbound call): run it now.
+    if (OwnsState()) return HookDispatchInbound(dwVortaID, message);
+
+    DWORD start;
+    LONG ticket = RendezvousPost(RendezvousPurpose::Inbound, dwVortaID, &start);
+    if (!ticket) {
       ReportLog(kCategoryThread, "fn_vrt_CSTAfromVorta: Error sending ThreadMessage");
       SetEvent(g_worker.evMainThread);
       return 0;
     }
     int32_t result = 0;
-    DWORD r = WaitForSingleObject(g_worker.evFromVorta, 60000);
+    DWORD r = RendezvousAwait(ticket, start);
     if (r == WAIT_OBJECT_0) {
       // The worker is parked: the library's state is ours until we release it.
       try {
@@ -108,13 +145,14 @@ int32_t K3_CALL fn_vrt_CSTAfromVorta(uint32_t dwVortaID, const void *message) {
     } else {
       result = 1;
     }
-    SetEvent(g_worker.evMainThread);
+    RendezvousRelease(ticket, r == WAIT_OBJECT_0);
     return result;
   });
 }
 
 uint32_t K3_CALL fn_vrt_MonitorStart(uint32_t dwVortaID, const char *device, const void *crossRefId) {
   return Guarded<uint32_t>(K3_RESULT_NOT_QUEUED, [&]() -> uint32_t {
+    if (!LineIsOpen()) return K3_RESULT_NOT_QUEUED;
     ThreadMessageRecord *record = NewRecord();
     record->startLine = dwVortaID;
     CopyDeviceText(record->startDevice, sizeof record->startDevice, device);
@@ -132,6 +170,7 @@ uint32_t K3_CALL fn_vrt_MonitorStart(uint32_t dwVortaID, const char *device, con
 
 uint32_t K3_CALL fn_vrt_MonitorStop(uint32_t dwVortaID, const char *device) {
   return Guarded<uint32_t>(K3_RESULT_NOT_QUEUED, [&]() -> uint32_t {
+    if (!LineIsOpen()) return K3_RESULT_NOT_QUEUED;
     ThreadMessageRecord *record = NewRecord();
     record->tail.stop.line = dwVortaID;
     CopyDeviceText(record->tail.stop.device, sizeof record->tail.stop.device, device);
@@ -141,6 +180,7 @@ uint32_t K3_CALL fn_vrt_MonitorStop(uint32_t dwVortaID, const char *device) {
 
 uint32_t K3_CALL fn_vrt_MonitorClear(uint32_t dwVortaID) {
   return Guarded<uint32_t>(K3_RESULT_NOT_QUEUED, [&]() -> uint32_t {
+    if (!LineIsOpen()) return K3_RESULT_NOT_QUEUED;
     ThreadMessageRecord *record = NewRecord();
     record->tail.clear.line = dwVortaID;
     return PostRecord(kMsgMonitorClear, record, "fn_vrt_MonitorClear: Error sending ThreadMessage");

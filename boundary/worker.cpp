@@ -12,13 +12,15 @@
 #include "boundary/hooks.h"
 #include "boundary/probe.h"
 
+// The runtime's thread end, called directly from the platform (see ThreadProc).
+extern "C" void(__cdecl *__imp__endthreadex)(unsigned);
+
 namespace k3b {
 
 WorkerState g_worker;
 
 namespace {
 
-constexpr DWORD kRendezvousWaitMs = 60000;
 constexpr DWORD kStopWaitMs = 1000;
 constexpr UINT kSweepPeriodMs = 10000;
 constexpr DWORD kQueueWaitMs = 5000;
@@ -47,24 +49,11 @@ void CALLBACK SweepTimerProc(HWND, UINT, UINT_PTR, DWORD now) {
   }
 }
 
-// Worker's side of the rendezvous: tell the caller it may go on, then stay
-// parked until it is done.
-void ParkForCaller() {
-  SetEvent(g_worker.evFromVorta);
-  DWORD r = WaitForSingleObject(g_worker.evMainThread, kRendezvousWaitMs);
-  if (r == WAIT_ABANDONED)
-    ReportLog(kCategoryEvent, "ThreadProc: WAIT_ABANDONED");
-  else if (r == WAIT_TIMEOUT)
-    ReportLog(kCategoryEvent, "ThreadProc: WAIT_TIMEOUT");
-  else if (r == WAIT_FAILED)
-    ReportLog(kCategoryEvent, "ThreadProc: WAIT_FAILED, Reason: 0x%08x", unsigned(GetLastError()));
-}
-
 void HandleMessage(const MSG &msg) {
   auto *record = reinterpret_cast<ThreadMessageRecord *>(msg.lParam);
   switch (msg.message) {
     case kMsgFromVorta:
-      ParkForCaller();
+      RendezvousPark(LONG(msg.wParam));
       return;
     case kMsgLineOpen:
     case kMsgDevSpecific:
@@ -76,20 +65,30 @@ void HandleMessage(const MSG &msg) {
     default:
       return;
   }
+  // A request or monitor notification queued before the line was closed is not
+  // carried out: the request is completed as not queued, the notification dropped.
+  const bool closed = g_callbacks.extVersion == 0;
   switch (msg.message) {
     case kMsgLineOpen:
       HookLineReset(record->openLine);
       break;
     case kMsgDevSpecific:
+      if (closed) {
+        HookSendReply(record->requestLine, record->requestId, K3_RESULT_NOT_QUEUED);
+        break;
+      }
       HookDeviceSpecificRequest(record->requestLine, record->requestId, record->block, record->blockSize);
       break;
     case kMsgMonitorStart:
+      if (closed) break;
       HookMonitorStart(record->startLine, record->startDevice, record->crossRefId);
       break;
     case kMsgMonitorStop:
+      if (closed) break;
       HookMonitorStop(record->tail.stop.line, record->tail.stop.device);
       break;
     case kMsgMonitorClear:
+      if (closed) break;
       HookMonitorClear(record->tail.clear.line);
       break;
   }
@@ -181,6 +180,9 @@ void CopyDeviceText(char *field, size_t room, const char *text) {
 
 unsigned __stdcall ThreadProc(void *) {
   MSG msg;
+  // Everything this thread runs (handlers, the sweep, host callbacks) runs with
+  // the state in hand; it hands it over only while parked in a rendezvous.
+  ClaimState();
   // Make the message queue exist before anyone posts to it.
   PeekMessageA(&msg, nullptr, WM_USER, WM_USER, PM_NOREMOVE);
   if (g_worker.queueReady) SetEvent(g_worker.queueReady);
@@ -208,11 +210,13 @@ unsigned __stdcall ThreadProc(void *) {
   }
 ended:
   if (InterlockedCompareExchange(&g_worker.stopping, 0, 0)) {
-    // The unloading thread may unmap this module as soon as it sees the event, so
-    // never return into it: signal and wait in one call, and be ended there by
-    // StopThread. (Ending normally is not possible either: the thread-exit
-    // notifications need the loader lock that the unloading thread holds.)
-    SignalObjectAndWait(g_worker.evInitialized, GetCurrentThread(), INFINITE, FALSE);
+    // The unloading thread may unmap this module as soon as it sees the event,
+    // so no code of the module may run after it is set: the event is set from
+    // inside an alertable wait, and the call queued before it ends the thread
+    // from there, through the runtime (its thread block freed, thread-detach
+    // notifications sent once the unloading thread lets the loader go).
+    QueueUserAPC(reinterpret_cast<PAPCFUNC>(reinterpret_cast<void *>(__imp__endthreadex)), GetCurrentThread(), 0);
+    SignalObjectAndWait(g_worker.evInitialized, GetCurrentThread(), INFINITE, TRUE);
   }
   SetEvent(g_worker.evInitialized);
   return 0;
@@ -290,11 +294,11 @@ BOOL StopThread() {
       else if (r == WAIT_FAILED)
         ReportLog(kCategoryThread, "Error closing thread: WAIT_FAILED. GetLastError: 0x%08lx",
                   static_cast<unsigned long>(GetLastError()));
+      // Still busy: it must be gone before the module is.
+      TerminateThread(g_worker.thread, 0);
+      WaitForSingleObject(g_worker.thread, kStopWaitMs);
     }
-    // Either way the thread ends here, parked outside this module or still busy,
-    // and is gone before the module is.
-    TerminateThread(g_worker.thread, 0);
-    WaitForSingleObject(g_worker.thread, kStopWaitMs);
+    // Otherwise it is ending on its own, outside this module.
   } else if (g_worker.thread && !started) {
     // A thread that never reached its loop (the loader still held it) must not
     // start running code of a module that is about to go away.
@@ -317,6 +321,7 @@ BOOL StopThread() {
 
 BOOL OnProcessAttach(HMODULE module) {
   g_worker.module = module;
+  OwnershipAttach();
   InstallWin32Platform();
   char path[260] = {};
   GetModuleFileNameA(module, path, sizeof path);
@@ -328,6 +333,7 @@ void OnProcessDetach() {
   StopThread();
   g_worker.module = nullptr;
   RemoveWin32Platform();
+  OwnershipDetach();
 }
 
 }  // namespace k3b

@@ -70,12 +70,20 @@ typedef uint32_t(K3_CALL *K3_REPLY_CALLBACK)(uint32_t dwVortaID, uint32_t dwRequ
 typedef uint32_t(K3_CALL *K3_EVENT_CALLBACK)(uint32_t dwVortaID, uint32_t message, uint32_t param1,
                                              uint32_t param2, uint32_t param3);
 
+/* The callbacks may call any export, also fn_vrt_CSTAfromVorta (handled at once,
+ * on the calling thread) and the line close (done at once). */
+
 /* ---- Exported functions ------------------------------------------------- */
 
 /* Opens the line's extension (extVersion nonzero) and registers the callbacks;
  * returns 1, or 0 when a callback is null or the library is not running.
  * extVersion 0 closes the line: its requests, stored event data and monitors are
- * dropped at once and the result is 1. valueA and valueB are kept, not used. */
+ * dropped and the result is 1. The close waits until the library's worker
+ * thread is between two pieces of work (at most 60 seconds; should it wait
+ * longer, the worker closes the line when it gets to it). Until the next open,
+ * requests and monitor notifications are refused (K3_RESULT_NOT_QUEUED); a
+ * request queued before the close and not yet started is completed with
+ * K3_RESULT_NOT_QUEUED. valueA and valueB are kept, not used. */
 uint32_t K3_CALL fn_vrt_lineOpenAndSelectExtVersion(uint32_t dwVortaID, uint32_t extVersion,
                                                     K3_REPLY_CALLBACK reply, K3_EVENT_CALLBACK event,
                                                     void *valueA, K3_SEND_TO_PBX_CALLBACK send,
@@ -84,7 +92,7 @@ uint32_t K3_CALL fn_vrt_lineOpenAndSelectExtVersion(uint32_t dwVortaID, uint32_t
 /* Queues one device-specific request: lpParams points to the byte-packed
  * structure (first field the 16-bit wStructType), dwSize is its size. Returns 0
  * when queued (the request is completed later through the reply callback) or
- * K3_RESULT_NOT_QUEUED. The structure must stay valid and writable until the
+ * K3_RESULT_NOT_QUEUED (also while the line is closed). The structure must stay valid and writable until the
  * request is completed: the answer is written into it. */
 uint32_t K3_CALL fn_vrt_lineDevSpecific(uint32_t dwVortaID, uint32_t dwRequestID, void *lpParams,
                                         uint32_t dwSize);
@@ -94,12 +102,16 @@ uint32_t K3_CALL fn_vrt_lineDevSpecificFeature(void);
 
 /* Passes one decoded inbound CSTA message (a CSTA3V6::CSTAMsg, owned by the
  * caller, only read). Returns 1 when the message was handled, 0 when the
- * library's worker thread could not be reached within 60 seconds. */
+ * library's worker thread could not be reached within 60 seconds. Several host
+ * threads may call it at once: the messages are handled one at a time, never
+ * while the worker thread is busy. Called from inside a callback it is handled
+ * at once. */
 int32_t K3_CALL fn_vrt_CSTAfromVorta(uint32_t dwVortaID, const void *message);
 
 /* A CSTA monitor was started on device (text; up to 11 characters are kept)
  * with the cross-reference identifier crossRefId (a CSTA3V6::AsnOcts; copied).
- * Returns 0 when queued, K3_RESULT_NOT_QUEUED otherwise. */
+ * Returns 0 when queued, K3_RESULT_NOT_QUEUED otherwise (also while the line is
+ * closed: the three monitor notifications are dropped then). */
 uint32_t K3_CALL fn_vrt_MonitorStart(uint32_t dwVortaID, const char *device, const void *crossRefId);
 
 /* The monitor on device (text; up to 19 characters are kept) was stopped. */

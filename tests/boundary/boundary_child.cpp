@@ -43,6 +43,13 @@ F Get(HMODULE dll, const char *name) {
 uint32_t K3_CALL Reply(uint32_t, uint32_t, uint32_t) { return 1; }
 uint32_t K3_CALL Event(uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) { return 0; }
 uint32_t K3_CALL Send(uint32_t, const void *, void *, uint32_t) { return 1; }
+// Holds the worker inside the host's send callback for 3 s.
+volatile LONG g_inSlowSend = 0;
+uint32_t K3_CALL SlowSend(uint32_t, const void *, void *, uint32_t) {
+  InterlockedExchange(&g_inSlowSend, 1);
+  Sleep(3000);
+  return 1;
+}
 
 }  // namespace
 
@@ -59,9 +66,13 @@ int main(int argc, char **argv) {
   if (!worker) return 1;
 
   if (std::strcmp(scenario, "busy-unload") == 0) {
-    // Park the worker in a rendezvous that no caller completes.
-    for (int i = 0; i < 1000 && !PostThreadMessageA(worker, 1027, 0, 0); ++i) Sleep(5);
-    Sleep(100);
+    // Keep the worker inside a send callback past the unload's wait.
+    auto lineOpen = Get<PFN_fn_vrt_lineOpenAndSelectExtVersion>(dll, "fn_vrt_lineOpenAndSelectExtVersion");
+    auto devSpecific = Get<PFN_fn_vrt_lineDevSpecific>(dll, "fn_vrt_lineDevSpecific");
+    static unsigned char query[8] = {0x41, 0};
+    lineOpen(0, 0x20000, Reply, Event, nullptr, SlowSend, nullptr);
+    devSpecific(0, 1, query, sizeof query);
+    for (int i = 0; i < 1000 && !InterlockedCompareExchange(&g_inSlowSend, 0, 0); ++i) Sleep(5);
   } else if (std::strcmp(scenario, "dead-worker") == 0) {
     HANDLE t = OpenThread(SYNCHRONIZE, FALSE, worker);
     for (int i = 0; i < 1000 && !PostThreadMessageA(worker, WM_QUIT, 0, 0); ++i) Sleep(5);

@@ -14,6 +14,8 @@ struct K3Dll {
   PFN_fn_vrt_lineOpenAndSelectExtVersion lineOpen = nullptr;
   PFN_fn_vrt_lineDevSpecific devSpecific = nullptr;
   PFN_fn_vrt_CSTAfromVorta fromVorta = nullptr;
+  PFN_fn_vrt_MonitorStart monitorStart = nullptr;
+  PFN_fn_vrt_MonitorClear monitorClear = nullptr;
 
   bool Load(const char *path) {
     h = LoadLibraryA(path);
@@ -27,7 +29,11 @@ struct K3Dll {
         reinterpret_cast<void *>(GetProcAddress(h, "fn_vrt_lineDevSpecific")));
     fromVorta = reinterpret_cast<PFN_fn_vrt_CSTAfromVorta>(
         reinterpret_cast<void *>(GetProcAddress(h, "fn_vrt_CSTAfromVorta")));
-    if (!lineOpen || !devSpecific || !fromVorta) {
+    monitorStart = reinterpret_cast<PFN_fn_vrt_MonitorStart>(
+        reinterpret_cast<void *>(GetProcAddress(h, "fn_vrt_MonitorStart")));
+    monitorClear = reinterpret_cast<PFN_fn_vrt_MonitorClear>(
+        reinterpret_cast<void *>(GetProcAddress(h, "fn_vrt_MonitorClear")));
+    if (!lineOpen || !devSpecific || !fromVorta || !monitorStart || !monitorClear) {
       std::fprintf(stderr, "%s lacks an export\n", path);
       return false;
     }

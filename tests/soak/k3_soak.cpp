@@ -2,15 +2,21 @@
 // while a simulated PBX answers from threads of its own, in every way a PBX
 // may: results, refusals, ROSE errors and rejects, answers for invoke ids that
 // were never issued, foreign or garbage private data, silence. The line is
-// closed and reopened between batches, while no traffic is in flight.
+// closed and reopened between batches, while no traffic is in flight. The host
+// misbehaves as well: for a share of requests its send callback hands the
+// PBX's answer in at once, from inside the callback; and now and then a send
+// or reply callback closes and reopens the line in the middle of the traffic.
 //
 //   k3-soak [--requests N] [--batch N] [--hosts N] [--pbx N] [--seed N] [--dll PATH]
+//           [--inline N] [--closes N]   (1 request in N answered inline / closing; 0: none)
 //
 // Checks: every request is completed exactly once with the result its answer
 // calls for, or not at all where no completion is due (a silent request, an
-// answer the library must drop, a request dropped by a line reset); no
-// completion names an unknown request id or comes twice; private bytes are
-// flat between the end of the warm-up batch and the end of the run.
+// answer the library must drop, a request dropped by a line reset); a request
+// that a close in a callback overtook is completed at most once, with its
+// result or as not queued; no completion names an unknown request id or comes
+// twice; private bytes are flat between the end of the warm-up batch and the
+// end of the run.
 // Exit status 0 when every check passed.
 #include <windows.h>
 #include <psapi.h>
@@ -134,6 +140,10 @@ struct Slot {
   std::atomic<uint32_t> sends;
   std::atomic<bool> settled;
   bool dropped;  // still open when the line was reset
+  uint32_t epochIssued;                 // closes in callbacks before it was issued
+  std::atomic<uint32_t> epochSettled;   // ... and before it was settled
+  bool refusedByClose;                  // refused by the export during such a close
+  bool beforeReset;                     // issued while a reopen's reset was still queued
 };
 std::unique_ptr<Slot[]> g_slots;
 uint32_t g_slotCount = 0;
@@ -143,8 +153,23 @@ std::atomic<uint32_t> g_unknownIds{0}, g_repeated{0}, g_badSends{0}, g_decodeErr
 std::atomic<uint32_t> g_dispatchFailed{0}, g_strayCompleted{0}, g_notCompletedByAnswer{0}, g_badField{0};
 std::atomic<uint32_t> g_fromPbx{0};
 
+// Closes from inside callbacks: how many so far, and whether one is under way
+// (requests refused meanwhile are the close's doing).
+std::atomic<uint32_t> g_closeEpoch{0}, g_callbackCloses{0}, g_refusedByClose{0}, g_inlineAnswers{0};
+std::atomic<bool> g_closing{false};
+// The reopen resets the line once more when the worker reaches it: requests
+// queued before that are dropped too. A marker request queued right behind
+// the reopen tells when the reset has happened.
+std::atomic<bool> g_resetQueued{false};
+constexpr uint32_t kMarkerId = 0xFFFF0000u;
+uint8_t g_marker[9] = {0x41, 0x00};  // wrong size: completed at once, sends nothing
+uint32_t g_inlineShare = 8, g_closeShare = 2500;
+
 void Settle(Slot &s) {
-  if (!s.settled.exchange(true)) g_outstanding.fetch_sub(1);
+  if (!s.settled.exchange(true)) {
+    s.epochSettled = g_closeEpoch.load();
+    g_outstanding.fetch_sub(1);
+  }
 }
 
 Slot *SlotOfBlock(const void *block) {
@@ -168,6 +193,10 @@ std::deque<ToPbx> g_pbxQueue;
 int g_pbxBusy = 0;
 bool g_pbxStop = false;
 
+void HandleAtPbx(ToPbx &t);
+void CloseAndReopenFromCallback();
+K3_REPLY_CALLBACK g_replyCallback;
+
 uint32_t K3_CALL OnSend(uint32_t, const void *message, void *block, uint32_t) {
   Slot *s = SlotOfBlock(block);
   if (!s || !message) {
@@ -187,6 +216,19 @@ uint32_t K3_CALL OnSend(uint32_t, const void *message, void *block, uint32_t) {
     Settle(*s);
     return 1;
   }
+  const uint32_t index = uint32_t(s - g_slots.get());
+  if (g_closeShare && index % g_closeShare == g_closeShare / 2) CloseAndReopenFromCallback();
+  if (g_inlineShare && index % g_inlineShare == 1) {
+    // The host's link answers at once, from inside this callback, on the
+    // library's own thread.
+    ++g_inlineAnswers;
+    {
+      std::lock_guard<std::mutex> l(g_pbxLock);
+      ++g_pbxBusy;
+    }
+    HandleAtPbx(t);
+    return 1;
+  }
   std::lock_guard<std::mutex> l(g_pbxLock);
   g_pbxQueue.push_back(std::move(t));
   g_pbxCv.notify_one();
@@ -194,6 +236,10 @@ uint32_t K3_CALL OnSend(uint32_t, const void *message, void *block, uint32_t) {
 }
 
 uint32_t K3_CALL OnReply(uint32_t, uint32_t requestId, uint32_t result) {
+  if (requestId == kMarkerId) {
+    g_resetQueued = false;
+    return 1;
+  }
   if (requestId == 0 || requestId > g_slotCount) {
     ++g_unknownIds;
     return 1;
@@ -204,13 +250,27 @@ uint32_t K3_CALL OnReply(uint32_t, uint32_t requestId, uint32_t result) {
   // Requests that never reach the PBX are settled by their completion; the
   // others by the PBX thread once their answer was handed over.
   Pbx pbx = g_plans[s.plan].text->pbx;
-  if (pbx == Pbx::Refuse || pbx == Pbx::NotSent) Settle(s);
+  if (pbx == Pbx::Refuse || pbx == Pbx::NotSent || result == K3_RESULT_NOT_QUEUED) Settle(s);
+  // Now and then the completion of an answered request closes the line, from
+  // inside the library's handling of the answer.
+  if (g_closeShare && pbx == Pbx::Answer && requestId % g_closeShare == 7) CloseAndReopenFromCallback();
   return 1;
 }
 
 uint32_t K3_CALL OnEvent(uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) { return 0; }
 
 K3Dll g_dll;
+
+void CloseAndReopenFromCallback() {
+  g_resetQueued = true;
+  g_closing = true;
+  ++g_closeEpoch;
+  ++g_callbackCloses;
+  g_dll.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
+  g_dll.lineOpen(0, 0x00020000, g_replyCallback, OnEvent, nullptr, OnSend, nullptr);
+  g_dll.devSpecific(0, kMarkerId, g_marker, sizeof g_marker);
+  g_closing = false;
+}
 
 bool Deliver(const k3s::Step &step, const CSTAMsg &answered) {
   CSTAMsg out, decoded;
@@ -239,31 +299,38 @@ void PbxThread() {
       g_pbxQueue.pop_front();
       ++g_pbxBusy;
     }
-    Slot &s = *t.slot;
-    const Plan &p = g_plans[s.plan];
-    if (p.text->pbx == Pbx::Answer) {
-      if (p.text->stray) {
-        Deliver(p.stray, *t.msg);
-        if (s.completions.load() != 0) ++g_strayCompleted;
-      }
-      // The library completes the request on this thread, during the call.
-      if (Deliver(p.answer, *t.msg) && p.text->outcome == Outcome::Once) {
-        if (s.completions.load() != 1) {
-          ++g_notCompletedByAnswer;
-        } else if (s.result.load() == 0 && p.text->checkOffset >= 0) {
-          bool ok = p.text->checkText
-                        ? std::strcmp(reinterpret_cast<const char *>(s.block + p.text->checkOffset),
-                                      p.text->checkText) == 0
-                        : (s.block[p.text->checkOffset] | s.block[p.text->checkOffset + 1] << 8) == p.text->checkU16;
-          if (!ok) ++g_badField;
-        }
+    HandleAtPbx(t);
+  }
+}
+
+// The PBX's side of one request: stray answer first if planned, then the
+// answer; the library completes the request during the call.
+void HandleAtPbx(ToPbx &t) {
+  Slot &s = *t.slot;
+  const Plan &p = g_plans[s.plan];
+  if (p.text->pbx == Pbx::Answer) {
+    if (p.text->stray) {
+      Deliver(p.stray, *t.msg);
+      if (s.completions.load() != 0) ++g_strayCompleted;
+    }
+    // The library completes the request on this thread, during the call.
+    if (Deliver(p.answer, *t.msg) && p.text->outcome == Outcome::Once) {
+      if (s.completions.load() != 1) {
+        // Unless a close in a callback dropped it first.
+        if (g_closeEpoch.load() == s.epochIssued && !s.beforeReset) ++g_notCompletedByAnswer;
+      } else if (s.result.load() == 0 && p.text->checkOffset >= 0) {
+        bool ok = p.text->checkText
+                      ? std::strcmp(reinterpret_cast<const char *>(s.block + p.text->checkOffset),
+                                    p.text->checkText) == 0
+                      : (s.block[p.text->checkOffset] | s.block[p.text->checkOffset + 1] << 8) == p.text->checkU16;
+        if (!ok) ++g_badField;
       }
     }
-    Settle(s);
-    std::lock_guard<std::mutex> l(g_pbxLock);
-    --g_pbxBusy;
-    g_pbxCv.notify_all();
   }
+  Settle(s);
+  std::lock_guard<std::mutex> l(g_pbxLock);
+  --g_pbxBusy;
+  g_pbxCv.notify_all();
 }
 
 // ---- the TAPI side ---------------------------------------------------------------
@@ -308,10 +375,15 @@ void HostThread(uint32_t seed) {
       std::memcpy(s.block, p.block.data(), p.block.size());
       s.plan = planNo;
       s.issuedTick = GetTickCount();
+      s.epochIssued = g_closeEpoch.load();
+      s.beforeReset = g_resetQueued.load();
       g_outstanding.fetch_add(1);
       uint32_t q = g_dll.devSpecific(0, i + 1, s.block, p.size);
       if (q != 0) {
-        ++g_notQueued;
+        if (g_closing || g_closeEpoch.load() != s.epochIssued)
+          ++g_refusedByClose, s.refusedByClose = true;
+        else
+          ++g_notQueued;
         Settle(s);
       }
     }
@@ -401,6 +473,9 @@ int main(int argc, char **argv) {
   const uint32_t hosts = std::max<uint32_t>(ArgNumber(argc, argv, "--hosts", 3), 1);
   const uint32_t pbxThreads = std::max<uint32_t>(ArgNumber(argc, argv, "--pbx", 2), 1);
   const uint32_t seed = ArgNumber(argc, argv, "--seed", 20261123);
+  g_inlineShare = ArgNumber(argc, argv, "--inline", 8);
+  g_closeShare = ArgNumber(argc, argv, "--closes", 2500);
+  g_replyCallback = OnReply;
   const char *dllPath = "Kestrel3.dll";
   for (int i = 1; i + 1 < argc; ++i)
     if (std::strcmp(argv[i], "--dll") == 0) dllPath = argv[i + 1];
@@ -413,6 +488,7 @@ int main(int argc, char **argv) {
   for (uint32_t i = 0; i < g_slotCount; ++i) {
     Slot &s = g_slots[i];
     s.plan = 0, s.issuedTick = 0, s.completions = 0, s.result = 0, s.sends = 0, s.settled = false, s.dropped = false;
+    s.epochIssued = 0, s.epochSettled = 0, s.refusedByClose = false, s.beforeReset = false;
   }
   if (!g_dll.Load(dllPath)) return 2;
   if (g_dll.lineOpen(0, 0x00020000, OnReply, OnEvent, nullptr, OnSend, nullptr) != 1) {
@@ -496,6 +572,7 @@ int main(int argc, char **argv) {
   // Per request: the outcome its plan calls for.
   std::vector<uint32_t> byPlanBad(kPlanCount, 0), byPlanCount(kPlanCount, 0);
   uint32_t issued = std::min(g_next.load(), g_slotCount), reqOk = 0, reqBad = 0, completions = 0, dropped = 0;
+  uint32_t overtaken = 0;
   for (uint32_t i = 0; i < issued; ++i) {
     Slot &s = g_slots[i];
     const PlanText &p = *g_plans[s.plan].text;
@@ -507,6 +584,12 @@ int main(int argc, char **argv) {
       case Outcome::Once: ok = n == 1 && s.result.load() == p.result; break;
       case Outcome::Never: ok = n == 0; break;
       default: ok = n <= 1 && !(n == 0 && !s.dropped); break;
+    }
+    // A close in a callback may drop a request or refuse it; never complete it twice.
+    if (!ok && (s.epochSettled.load() != s.epochIssued || s.refusedByClose || s.beforeReset) && n <= 1 &&
+        (n == 0 || s.result.load() == p.result || s.result.load() == K3_RESULT_NOT_QUEUED)) {
+      ok = true;
+      ++overtaken;
     }
     ++byPlanCount[s.plan];
     if (ok) ++reqOk;
@@ -529,6 +612,9 @@ int main(int argc, char **argv) {
   check(g_strayCompleted == 0, "answers for unknown invoke ids completed nothing", g_strayCompleted);
   check(g_notCompletedByAnswer == 0, "answers completed their request during the call", g_notCompletedByAnswer);
   check(g_badField == 0, "reply fields written from the answers", g_badField);
+  check(g_inlineShare == 0 || g_inlineAnswers > 0, "answers handed in from inside the send callback",
+        g_inlineAnswers);
+  check(g_closeShare == 0 || g_callbackCloses > 0, "closes from inside callbacks", g_callbackCloses);
   // Private bytes after the run against after the warm-up batch, both with the line closed.
   const double tolerance = 4.0 * 1024 * 1024;
   double grown = double(final) - double(baseline);
@@ -537,6 +623,9 @@ int main(int argc, char **argv) {
   std::printf("\nrequests issued %u, completions %u, messages from the PBX %u, left open and dropped by %u line "
               "resets %u\n",
               issued, completions, g_fromPbx.load(), resets, dropped);
+  std::printf("inline answers %u, closes from inside callbacks %u, requests they overtook %u, refused while "
+              "closed %u\n",
+              g_inlineAnswers.load(), g_callbackCloses.load(), overtaken, g_refusedByClose.load());
   std::printf("run time %.1f s, %.0f requests/s\n", secs, issued / secs);
   std::printf("private bytes after warm-up %llu, at the end %llu, growth %+lld (tolerance %.0f)%s\n",
               (unsigned long long)baseline, (unsigned long long)final, (long long)(final - baseline), tolerance,

@@ -1,0 +1,626 @@
+// A host that misbehaves as TSP code really does, around the library as it
+// ships: callbacks that call back into the exports, a send callback that holds
+// the worker past the rendezvous wait, several host threads at once, a line
+// close while the worker is busy, requests after a close, unload. The host
+// itself is the judge: it notes every callback's thread, and counts an overlap
+// whenever a callback runs on one thread while another thread is inside one.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "csta3_model.h"
+#include "host/scenario.h"
+#include "kestrel3.h"
+#include "kestrel3_structures.h"
+#include "tests/soak/k3_dll.h"
+
+namespace {
+
+using namespace CSTA3V6;
+using Clock = std::chrono::steady_clock;
+
+constexpr uint32_t kExt = 0x00020000;
+
+double SecondsSince(Clock::time_point t) { return std::chrono::duration<double>(Clock::now() - t).count(); }
+
+// ---- messages of the simulated PBX -------------------------------------------
+
+k3s::Step StepOf(const char *line) {
+  std::istringstream in(line);
+  std::vector<k3s::Step> steps;
+  std::vector<std::string> errors;
+  EXPECT_TRUE(k3s::ParseScenario(in, "hostile", steps, errors)) << line;
+  return steps.empty() ? k3s::Step() : steps[0];
+}
+
+// A message as the host's link hands it over: encoded and decoded once.
+std::shared_ptr<CSTAMsg> Decoded(const CSTAMsg &m) {
+  auto out = std::make_shared<CSTAMsg>();
+  std::vector<unsigned char> ber;
+  std::string err;
+  EXPECT_TRUE(k3s::RoundTrip(m, *out, ber, err)) << err;
+  return out;
+}
+
+// The PBX's successful answer to a time query (the request writes 17 at offset 2).
+std::shared_ptr<CSTAMsg> AnswerTo(const CSTAMsg &sent) {
+  static const k3s::Step step = StepOf("pbx result amhost=8/2/2 248=17,45,9");
+  CSTAMsg built;
+  std::string err;
+  EXPECT_TRUE(k3s::BuildAnswer(step, sent, built, err)) << err;
+  return Decoded(built);
+}
+
+// The PBX opens a data path: the library answers it and raises a line event.
+std::shared_ptr<CSTAMsg> DataPathEvent(uint32_t invokeId) {
+  static const k3s::Step step = StepOf("pbx invoke startpath device=DP1 element3=7");
+  CSTAMsg built;
+  std::string err;
+  EXPECT_TRUE(k3s::BuildInvocation(step, invokeId, built, err)) << err;
+  return Decoded(built);
+}
+
+// ---- the host ------------------------------------------------------------------
+
+struct Sent {
+  uint32_t invokeId;
+  uint32_t requestId;  // found by the block pointer; 0 for messages of no request
+  DWORD thread;
+  std::shared_ptr<CSTAMsg> msg;
+};
+struct Done {
+  uint32_t requestId, result;
+  DWORD thread;
+};
+
+std::mutex g_lock;
+std::condition_variable g_changed;
+std::vector<Sent> g_sent;
+std::vector<Done> g_done;
+std::vector<DWORD> g_events;  // threads that raised a line event
+std::deque<K3_DS_AMHOST_8> g_blocks;  // request id n uses g_blocks[n - 1]
+
+// What a test lets the callbacks do besides recording.
+std::function<void(const Sent &)> g_onSend;
+std::function<void(const Done &)> g_onReply;
+std::function<void()> g_onEvent;
+
+// Overlap judge: the thread inside a callback, and how deep.
+std::mutex g_insideLock;
+DWORD g_insideThread = 0;
+int g_insideDepth = 0;
+std::atomic<int> g_overlaps{0};
+
+struct InCallback {
+  bool mine = false;
+  InCallback() {
+    std::lock_guard<std::mutex> l(g_insideLock);
+    DWORD me = GetCurrentThreadId();
+    if (g_insideDepth > 0 && g_insideThread != me) {
+      ++g_overlaps;
+      return;
+    }
+    g_insideThread = me;
+    ++g_insideDepth;
+    mine = true;
+  }
+  ~InCallback() {
+    if (!mine) return;
+    std::lock_guard<std::mutex> l(g_insideLock);
+    --g_insideDepth;
+  }
+};
+
+// A fresh request block; its request id is its place in g_blocks, plus 1.
+K3_DS_AMHOST_8 *NewBlock(uint32_t *id) {
+  std::lock_guard<std::mutex> l(g_lock);
+  g_blocks.push_back(K3_DS_AMHOST_8{DS_AMHOST_8_2, 0, 0, 0});
+  *id = uint32_t(g_blocks.size());
+  return &g_blocks.back();
+}
+
+// The next send callback holds the worker for ms; inSend is true meanwhile.
+void HoldNextSend(std::atomic<bool> &inSend, DWORD ms) {
+  auto entered = std::make_shared<std::atomic<bool>>(false);
+  g_onSend = [&inSend, entered, ms](const Sent &) {
+    if (entered->exchange(true)) return;
+    inSend = true;
+    Sleep(ms);
+    inSend = false;
+  };
+}
+
+uint32_t RequestOfBlock(const void *block) {
+  std::lock_guard<std::mutex> l(g_lock);
+  for (size_t i = 0; i < g_blocks.size(); ++i)
+    if (block == &g_blocks[i]) return uint32_t(i + 1);
+  return 0;
+}
+
+uint32_t K3_CALL OnSend(uint32_t, const void *message, void *block, uint32_t invokeId) {
+  InCallback in;
+  Sent s{invokeId, RequestOfBlock(block), GetCurrentThreadId(), Decoded(*static_cast<const CSTAMsg *>(message))};
+  {
+    std::lock_guard<std::mutex> l(g_lock);
+    g_sent.push_back(s);
+    g_changed.notify_all();
+  }
+  if (g_onSend) g_onSend(s);
+  return 1;
+}
+
+uint32_t K3_CALL OnReply(uint32_t, uint32_t requestId, uint32_t result) {
+  InCallback in;
+  Done d{requestId, result, GetCurrentThreadId()};
+  {
+    std::lock_guard<std::mutex> l(g_lock);
+    g_done.push_back(d);
+    g_changed.notify_all();
+  }
+  if (g_onReply) g_onReply(d);
+  return 1;
+}
+
+uint32_t K3_CALL OnEvent(uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {
+  InCallback in;
+  {
+    std::lock_guard<std::mutex> l(g_lock);
+    g_events.push_back(GetCurrentThreadId());
+    g_changed.notify_all();
+  }
+  if (g_onEvent) g_onEvent();
+  return 0;
+}
+
+// Waits until f() holds (checked under g_lock; also flags that tests set
+// without notifying).
+template <class F>
+bool WaitUntil(F f, double seconds = 10) {
+  auto end = Clock::now() + std::chrono::duration<double>(seconds);
+  std::unique_lock<std::mutex> l(g_lock);
+  while (!f()) {
+    if (Clock::now() >= end) return false;
+    g_changed.wait_for(l, std::chrono::milliseconds(5));
+  }
+  return true;
+}
+
+const Sent *SentFor(uint32_t requestId) {
+  for (const Sent &s : g_sent)
+    if (s.requestId == requestId) return &s;
+  return nullptr;
+}
+const Done *DoneFor(uint32_t requestId) {
+  for (const Done &d : g_done)
+    if (d.requestId == requestId) return &d;
+  return nullptr;
+}
+size_t CompletionsOf(uint32_t requestId) {
+  size_t n = 0;
+  for (const Done &d : g_done) n += d.requestId == requestId;
+  return n;
+}
+
+class Hostile : public ::testing::Test {
+ protected:
+  void Start(const char *dll) {
+    {
+      std::lock_guard<std::mutex> l(g_lock);
+      g_sent.clear(), g_done.clear(), g_events.clear(), g_blocks.clear();
+    }
+    g_onSend = nullptr, g_onReply = nullptr, g_onEvent = nullptr;
+    g_overlaps = 0;
+    ASSERT_TRUE(lib_.Load(dll)) << dll;
+    ASSERT_EQ(1u, lib_.lineOpen(0, kExt, OnReply, OnEvent, nullptr, OnSend, nullptr));
+  }
+  void TearDown() override {
+    if (lib_.h) lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
+    g_onSend = nullptr, g_onReply = nullptr, g_onEvent = nullptr;
+    lib_.Unload();
+  }
+  // Issues a time query with the next request id; returns the id.
+  uint32_t Request() {
+    uint32_t id;
+    K3_DS_AMHOST_8 *block = NewBlock(&id);
+    EXPECT_EQ(0u, lib_.devSpecific(0, id, block, sizeof *block)) << "request " << id;
+    return id;
+  }
+  // Waits until request id was sent and is pending (the next request's send
+  // shows that the worker has finished with it).
+  std::shared_ptr<CSTAMsg> SentMessage(uint32_t id) {
+    std::shared_ptr<CSTAMsg> m;
+    WaitUntil([&] { return SentFor(id) != nullptr; });
+    std::lock_guard<std::mutex> l(g_lock);
+    if (const Sent *s = SentFor(id)) m = s->msg;
+    return m;
+  }
+  // Makes sure everything queued so far has been handled by the worker.
+  void Settle() {
+    uint32_t id = Request();
+    WaitUntil([&] { return SentFor(id) != nullptr; });
+    Sleep(20);
+  }
+  K3Dll lib_;
+};
+
+// ---- callbacks that re-enter the exports ------------------------------------------
+
+TEST_F(Hostile, InboundCallsFromInsideCallbacksRunAtOnce) {
+  Start("Kestrel3.dll");
+  uint32_t a = Request(), b, c = 0, d = 0, e = 0, f = 0;
+  auto answerA = AnswerTo(*SentMessage(a));
+  Settle();
+
+  // 1. From the send callback, on the worker thread: the answer to a.
+  std::atomic<int> fromSend{-1};
+  double sendSecs = -1;
+  DWORD worker = 0;
+  g_onSend = [&](const Sent &s) {
+    if (fromSend != -1 || s.requestId == a) return;
+    worker = GetCurrentThreadId();
+    auto t = Clock::now();
+    fromSend = lib_.fromVorta(0, answerA.get());
+    sendSecs = SecondsSince(t);
+  };
+  b = Request();
+  ASSERT_TRUE(WaitUntil([&] { return fromSend != -1; }, 120));
+  g_onSend = nullptr;
+  EXPECT_EQ(1, fromSend.load());
+  EXPECT_LT(sendSecs, 5.0) << "the re-entrant call waited for the worker it was called on";
+  {
+    std::lock_guard<std::mutex> l(g_lock);
+    const Done *done = DoneFor(a);
+    ASSERT_TRUE(done);
+    EXPECT_EQ(0u, done->result);
+    EXPECT_EQ(worker, done->thread);
+    EXPECT_EQ(17, g_blocks[a - 1].wValue1);  // the answer was written into the request
+  }
+
+  // 2. From the reply callback on a host thread inside its own inbound call:
+  //    the answer to c, and a new request d.
+  c = Request();
+  auto answerB = AnswerTo(*SentMessage(b));
+  auto answerC = AnswerTo(*SentMessage(c));
+  Settle();
+  std::atomic<int> fromReply{-1};
+  double replySecs = -1;
+  g_onReply = [&](const Done &done) {
+    if (done.requestId != b) return;
+    auto t = Clock::now();
+    fromReply = lib_.fromVorta(0, answerC.get());
+    replySecs = SecondsSince(t);
+    d = Request();
+  };
+  EXPECT_EQ(1, lib_.fromVorta(0, answerB.get()));
+  g_onReply = nullptr;
+  EXPECT_EQ(1, fromReply.load());
+  EXPECT_LT(replySecs, 5.0);
+  ASSERT_TRUE(d != 0);
+  {
+    std::lock_guard<std::mutex> l(g_lock);
+    ASSERT_TRUE(DoneFor(c));
+    EXPECT_EQ(0u, DoneFor(c)->result);
+    EXPECT_EQ(GetCurrentThreadId(), DoneFor(c)->thread);
+  }
+
+  // 3. From the event callback, inside an inbound call: a new request e, and
+  //    the answer to d.
+  auto answerD = AnswerTo(*SentMessage(d));
+  Settle();
+  std::atomic<int> fromEvent{-1};
+  g_onEvent = [&] {
+    if (e) return;
+    e = Request();
+    fromEvent = lib_.fromVorta(0, answerD.get());
+  };
+  auto event = DataPathEvent(7);
+  EXPECT_EQ(1, lib_.fromVorta(0, event.get()));
+  g_onEvent = nullptr;
+  EXPECT_EQ(1, fromEvent.load());
+  ASSERT_TRUE(e != 0);
+  ASSERT_TRUE(SentMessage(e));
+  f = Request();
+  auto answerE = AnswerTo(*SentMessage(e));
+  EXPECT_EQ(1, lib_.fromVorta(0, answerE.get()));
+
+  std::lock_guard<std::mutex> l(g_lock);
+  EXPECT_FALSE(g_events.empty());
+  for (uint32_t id : {a, c, d, e}) {
+    EXPECT_EQ(1u, CompletionsOf(id)) << "request " << id;
+    if (const Done *done = DoneFor(id)) {
+      EXPECT_EQ(0u, done->result) << "request " << id;
+    }
+  }
+  EXPECT_EQ(0u, CompletionsOf(f));  // pending, unanswered
+  EXPECT_EQ(0, g_overlaps.load());
+}
+
+// ---- exclusion after time-outs, several host threads -----------------------------
+
+// Rounds that prove exclusion: while the worker is inside a send callback, host
+// threads hand in answers; each inbound call must return only after the send
+// callback has returned, and no reply callback may run meanwhile.
+struct Rounds {
+  int rounds = 0, early = 0;
+};
+
+Rounds RunExclusionRounds(K3Dll &lib, int rounds, int threads) {
+  Rounds out;
+  for (int r = 0; r < rounds; ++r) {
+    // Two requests pending: their answers come from the host threads.
+    std::vector<uint32_t> ids;
+    std::vector<std::shared_ptr<CSTAMsg>> answers;
+    for (int t = 0; t < threads; ++t) {
+      uint32_t id;
+      K3_DS_AMHOST_8 *block = NewBlock(&id);
+      lib.devSpecific(0, id, block, sizeof *block);
+      ids.push_back(id);
+    }
+    for (uint32_t id : ids) {
+      WaitUntil([&] { return SentFor(id) != nullptr; });
+      std::lock_guard<std::mutex> l(g_lock);
+      answers.push_back(AnswerTo(*SentFor(id)->msg));
+    }
+    // Slow reply callbacks: two host threads dispatching at once would meet.
+    g_onReply = [](const Done &) { Sleep(20); };
+    // The request whose send callback holds the worker for 150 ms.
+    std::atomic<bool> inSend{false};
+    HoldNextSend(inSend, 150);
+    uint32_t holdId;
+    K3_DS_AMHOST_8 *holdBlock = NewBlock(&holdId);
+    lib.devSpecific(0, holdId, holdBlock, sizeof *holdBlock);
+    while (!inSend) Sleep(1);
+    std::vector<std::thread> hosts;
+    std::atomic<int> early{0};
+    for (int t = 0; t < threads; ++t)
+      hosts.emplace_back([&, t] {
+        lib.fromVorta(0, answers[t].get());
+        if (inSend) ++early;
+      });
+    for (auto &h : hosts) h.join();
+    g_onSend = nullptr;
+    g_onReply = nullptr;
+    ++out.rounds;
+    out.early += early;
+  }
+  return out;
+}
+
+TEST_F(Hostile, RendezvousStaysExclusiveAfterTimeOutsOnEitherSide) {
+  Start("Kestrel3Short.dll");
+  const double wait = K3_TEST_RENDEZVOUS_MS / 1000.0;
+  Rounds before = RunExclusionRounds(lib_, 3, 3);
+  EXPECT_EQ(0, before.early);
+
+  // The caller's side times out: a send callback holds the worker past the wait.
+  HANDLE letGo = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  std::atomic<bool> held{false};
+  g_onSend = [&](const Sent &) {
+    if (held.exchange(true)) return;
+    WaitForSingleObject(letGo, 30000);
+  };
+  Request();
+  while (!held) Sleep(1);
+  auto stray = DataPathEvent(9);
+  auto t = Clock::now();
+  EXPECT_EQ(0, lib_.fromVorta(0, stray.get()));  // gave up
+  EXPECT_GE(SecondsSince(t), wait - 0.1);
+  SetEvent(letGo);
+  g_onSend = nullptr;
+  Settle();
+  Rounds afterCaller = RunExclusionRounds(lib_, 10, 3);
+  EXPECT_EQ(0, afterCaller.early) << "inbound calls passed while the worker was in a send callback";
+  EXPECT_EQ(0, g_overlaps.load());
+
+  // The worker's side times out: a host thread stays inside its inbound call
+  // (in the event callback) past the wait. The worker goes on; the late
+  // release must not let a later round pass.
+  ResetEvent(letGo);
+  g_onEvent = [&] { WaitForSingleObject(letGo, 30000); };
+  std::thread slow([&] { lib_.fromVorta(0, stray.get()); });
+  EXPECT_TRUE(WaitUntil([&] { return !g_events.empty(); }));
+  Sleep(DWORD(K3_TEST_RENDEZVOUS_MS + 300));
+  g_onEvent = nullptr;
+  SetEvent(letGo);
+  slow.join();
+  g_overlaps = 0;  // the round that outlasted the wait overlapped by design
+  Rounds afterWorker = RunExclusionRounds(lib_, 10, 3);
+  EXPECT_EQ(0, afterWorker.early) << "inbound calls passed while the worker was in a send callback";
+  EXPECT_EQ(0, g_overlaps.load());
+  CloseHandle(letGo);
+
+  // Every answered request completed once, with success.
+  std::lock_guard<std::mutex> l(g_lock);
+  size_t answered = 0;
+  for (const Done &d : g_done) {
+    EXPECT_EQ(0u, d.result) << "request " << d.requestId;
+    EXPECT_EQ(1u, CompletionsOf(d.requestId)) << "request " << d.requestId;
+    ++answered;
+  }
+  EXPECT_EQ(size_t(3 * (3 + 10 + 10)), answered);
+  std::printf("exclusion rounds: %d, 3 host threads each; inbound calls that passed early: %d\n",
+              before.rounds + afterCaller.rounds + afterWorker.rounds,
+              before.early + afterCaller.early + afterWorker.early);
+}
+
+// ---- line close --------------------------------------------------------------------
+
+TEST_F(Hostile, LineCloseWaitsForTheWorkerAndRefusesWhatFollows) {
+  Start("Kestrel3.dll");
+  Settle();
+
+  // A close from a host thread while the worker is inside a send callback
+  // returns only after that callback.
+  std::atomic<bool> inSend{false};
+  HoldNextSend(inSend, 300);
+  uint32_t held = Request();
+  while (!inSend) Sleep(1);
+  EXPECT_EQ(1u, lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr));
+  EXPECT_FALSE(inSend.load()) << "the close ran while the worker was inside a handler";
+  g_onSend = nullptr;
+
+  // After the close: requests and monitor notifications are refused, nothing is sent.
+  size_t sentBefore;
+  {
+    std::lock_guard<std::mutex> l(g_lock);
+    sentBefore = g_sent.size();
+  }
+  K3_DS_AMHOST_8 after{DS_AMHOST_8_2, 0, 0, 0};
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.devSpecific(0, 500, &after, sizeof after));
+  AsnOcts xref("X1");
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.monitorStart(0, "4711", &xref));
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.monitorClear(0));
+
+  // A close from inside the send callback (the worker holds the state): at
+  // once; a request queued behind it is completed as not queued, never sent.
+  ASSERT_EQ(1u, lib_.lineOpen(0, kExt, OnReply, OnEvent, nullptr, OnSend, nullptr));
+  Settle();
+  std::atomic<int> closed{-1};
+  std::atomic<bool> queuedBehind{false};
+  uint32_t behind = 0;
+  HANDLE go = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  g_onSend = [&](const Sent &) {
+    if (closed != -1) return;
+    WaitForSingleObject(go, 10000);  // the next request is queued meanwhile
+    closed = int(lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr));
+  };
+  uint32_t closer = Request();
+  K3_DS_AMHOST_8 *behindBlock = NewBlock(&behind);
+  queuedBehind = lib_.devSpecific(0, behind, behindBlock, sizeof *behindBlock) == 0;
+  SetEvent(go);
+  EXPECT_TRUE(queuedBehind.load());
+  ASSERT_TRUE(WaitUntil([&] { return DoneFor(behind) != nullptr; }));
+  g_onSend = nullptr;
+  CloseHandle(go);
+  EXPECT_EQ(1, closed.load());
+  std::lock_guard<std::mutex> l(g_lock);
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, DoneFor(behind)->result);
+  EXPECT_EQ(nullptr, SentFor(behind)) << "a request was sent after the line was closed";
+  EXPECT_EQ(nullptr, SentFor(500));
+  EXPECT_TRUE(SentFor(held) && SentFor(closer));
+  (void)sentBefore;
+  EXPECT_EQ(0, g_overlaps.load());
+}
+
+// The 10 s sweep completes requests that waited 90 s. The first completion
+// closes the line from inside the sweep: the sweep stops there (the others were
+// dropped with the line), a request from the same callback is refused, and the
+// reopened line works.
+TEST_F(Hostile, LineCloseFromAReplyDuringTheSweep) {
+  Start("Kestrel3.dll");
+  uint32_t ids[3] = {Request(), Request(), Request()};
+  for (uint32_t id : ids) ASSERT_TRUE(SentMessage(id));
+  std::atomic<int> closes{0};
+  std::atomic<uint32_t> refused{0};
+  g_onReply = [&](const Done &d) {
+    if (d.result != K3_RESULT_NO_PBX_ANSWER || closes++ != 0) return;
+    lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
+    K3_DS_AMHOST_8 late{DS_AMHOST_8_2, 0, 0, 0};
+    refused = lib_.devSpecific(0, 700, &late, sizeof late);
+  };
+  ASSERT_TRUE(WaitUntil([&] { return !g_done.empty(); }, 130));
+  Sleep(300);
+  g_onReply = nullptr;
+  EXPECT_EQ(1, closes.load());
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, refused.load());
+  {
+    std::lock_guard<std::mutex> l(g_lock);
+    ASSERT_EQ(1u, g_done.size());
+    EXPECT_EQ(ids[0], g_done[0].requestId);
+    EXPECT_EQ(nullptr, SentFor(700));
+  }
+  ASSERT_EQ(1u, lib_.lineOpen(0, kExt, OnReply, OnEvent, nullptr, OnSend, nullptr));
+  uint32_t after = Request();
+  auto answer = AnswerTo(*SentMessage(after));
+  EXPECT_EQ(1, lib_.fromVorta(0, answer.get()));
+  std::lock_guard<std::mutex> l(g_lock);
+  ASSERT_TRUE(DoneFor(after));
+  EXPECT_EQ(0u, DoneFor(after)->result);
+  EXPECT_EQ(0, g_overlaps.load());
+}
+
+TEST_F(Hostile, LineCloseWorksWhenTheWorkerIsGone) {
+  Start("Kestrel3.dll");
+  // The worker's id, learnt in a send callback; then it is told to quit.
+  DWORD worker = 0;
+  uint32_t id = Request();
+  ASSERT_TRUE(WaitUntil([&] { return SentFor(id) != nullptr; }));
+  {
+    std::lock_guard<std::mutex> l(g_lock);
+    worker = SentFor(id)->thread;
+  }
+  HANDLE thread = OpenThread(SYNCHRONIZE, FALSE, worker);
+  ASSERT_TRUE(thread);
+  ASSERT_TRUE(PostThreadMessageA(worker, WM_QUIT, 0, 0));
+  ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, 5000));
+  CloseHandle(thread);
+  auto t = Clock::now();
+  EXPECT_EQ(1u, lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr));
+  EXPECT_LT(SecondsSince(t), 2.0);
+  K3_DS_AMHOST_8 after{DS_AMHOST_8_2, 0, 0, 0};
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.devSpecific(0, 600, &after, sizeof after));
+}
+
+// ---- unload --------------------------------------------------------------------------
+
+// Threads whose thread-detach notification this program saw: a thread that is
+// terminated never sends one.
+std::mutex g_detachLock;
+std::vector<DWORD> g_detached;
+void NTAPI OnTls(PVOID, DWORD reason, PVOID) {
+  if (reason != DLL_THREAD_DETACH) return;
+  std::lock_guard<std::mutex> l(g_detachLock);
+  g_detached.push_back(GetCurrentThreadId());
+}
+
+TEST_F(Hostile, IdleUnloadEndsTheWorkerNormallyAndQuickly) {
+  Start("Kestrel3.dll");
+  uint32_t id = Request();
+  ASSERT_TRUE(WaitUntil([&] { return SentFor(id) != nullptr; }));
+  DWORD worker;
+  {
+    std::lock_guard<std::mutex> l(g_lock);
+    worker = SentFor(id)->thread;
+  }
+  lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
+  Sleep(100);
+  HANDLE thread = OpenThread(SYNCHRONIZE | THREAD_QUERY_INFORMATION, FALSE, worker);
+  ASSERT_TRUE(thread);
+  LARGE_INTEGER f, a, b;
+  QueryPerformanceFrequency(&f);
+  QueryPerformanceCounter(&a);
+  lib_.Unload();
+  QueryPerformanceCounter(&b);
+  double ms = 1000.0 * double(b.QuadPart - a.QuadPart) / double(f.QuadPart);
+  std::printf("idle unload took %.2f ms\n", ms);
+  EXPECT_LT(ms, 100.0);
+  ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, 5000));
+  DWORD code = 1;
+  GetExitCodeThread(thread, &code);
+  EXPECT_EQ(0u, code);
+  CloseHandle(thread);
+  std::lock_guard<std::mutex> l(g_detachLock);
+  EXPECT_NE(g_detached.end(), std::find(g_detached.begin(), g_detached.end(), worker))
+      << "the worker was terminated instead of ending";
+}
+
+}  // namespace
+
+// The program's own thread-detach notifications.
+extern "C" {
+__attribute__((section(".CRT$XLB"), used)) PIMAGE_TLS_CALLBACK k3_hostile_tls = OnTls;
+}
