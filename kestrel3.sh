@@ -5,13 +5,15 @@
 #   ./kestrel3.sh build           build everything (build/native, build/native-asan, build/windows)
 #   ./kestrel3.sh fuzz [SECONDS] [TARGET]   build the libFuzzer targets and run each (default 60 s)
 #   ./kestrel3.sh bench           build and run the native benchmarks
+#   ./kestrel3.sh conformance [COUNT] [SEED]   Kestrel3 against the Erlang ASN.1 judge, both
+#                                 directions, COUNT random values per type (default 10)
 set -euo pipefail
 cd "$(dirname "$0")"
 ROOT=$(pwd)
 JOBS=${JOBS:-$(nproc)}
 
 PACKAGES=(cmake ninja-build g++ clang libclang-rt-14-dev googletest libbenchmark-dev python3
-          g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64)
+          g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64 erlang-base erlang-asn1)
 
 log() { printf '== %s\n' "$*"; }
 
@@ -88,6 +90,9 @@ case "$cmd" in
   bench)
     setup; configure_build native
     for b in build/native/bench-*; do [ -x "$b" ] && "$b"; done ;;
+  conformance)
+    setup; configure_build native --target k3-conform
+    tests/conformance/run_conformance.sh build/native/k3-conform build/native/conformance "${2:-10}" "${3:-1}" ;;
   *)
-    echo "usage: $0 {demo|test|build|fuzz [SECONDS] [TARGET]|bench}" >&2; exit 2 ;;
+    echo "usage: $0 {demo|test|build|fuzz [SECONDS] [TARGET]|bench|conformance [COUNT] [SEED]}" >&2; exit 2 ;;
 esac

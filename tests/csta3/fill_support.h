@@ -69,10 +69,17 @@ CaseResult RunCase(int variant) {
   return r;
 }
 
+// Fills an object known only as AsnType whose class is T.
+template <class T>
+void FillAs(AsnType &x, int variant) {
+  Fill(static_cast<T &>(x), variant, 0);
+}
+
 struct Case {
   const char *name;
   CaseResult (*run)(int variant);
   int variants;
+  void (*fill)(AsnType &x, int variant);
 };
 extern const Case kCases[];
 extern const size_t kCaseCount;
