@@ -10,6 +10,7 @@ DIR/csta3_factory.cpp (operation-value and error-value factories).
 
 import argparse
 import os
+import re
 import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
@@ -94,13 +95,18 @@ class Gen:
                 raise SystemExit('reference loop at ' + name)
         return t, name
 
+    def wraps(self, inner, name):
+        """Whether a referenced type carries an explicit tag of its own: an
+        IMPLICIT tag then replaces that tag, and the encoding stays constructed."""
+        return bool(inner.tag) and name is not None and self.tag_explicit(inner, self.types[name][1])
+
     def own_tag(self, t):
         """(tag value, pc) of a type as written with no field tag; (0, False) for an
         untagged CHOICE or open type."""
         if t.tag:
             cls, num, mode = t.tag
-            base, _ = self.resolve(self.strip_tag(t))
-            cons = self.is_constructed(base) or self.tag_explicit(t)
+            base, name = self.resolve(self.strip_tag(t))
+            cons = self.is_constructed(base) or self.tag_explicit(t) or self.wraps(base, name)
             return tag_value(cls, num, cons), (not cons and base.kind in ('OCTS', 'BITS', 'STR'))
         if t.kind == 'REF':
             return self.own_tag(self.types[t.ref][0])
@@ -480,9 +486,10 @@ def accepted_tags(gen, c, comp):
     if t.tag:
         explicit = gen.tag_explicit(t, c.module)
         cls, num, mode = t.tag
-        inner, _ = gen.resolve(gen.strip_tag(t))
-        tag = tag_value(cls, num, explicit or gen.is_constructed(inner))
-        pc = not explicit and inner.kind in ('OCTS', 'BITS', 'STR')
+        inner, name = gen.resolve(gen.strip_tag(t))
+        wraps = gen.wraps(inner, name)
+        tag = tag_value(cls, num, explicit or wraps or gen.is_constructed(inner))
+        pc = not explicit and not wraps and inner.kind in ('OCTS', 'BITS', 'STR')
     else:
         tag, pc = gen.own_tag(t)
         if tag == 0:
@@ -526,12 +533,13 @@ def field_entry(gen, c, comp, ct, idx_of, trial=()):
         if t.tag:
             explicit = gen.tag_explicit(t, c.module)
             cls, num, mode = t.tag
-            inner, _ = gen.resolve(gen.strip_tag(t))
-            cons = explicit or gen.is_constructed(inner)
+            inner, name = gen.resolve(gen.strip_tag(t))
+            wraps = gen.wraps(inner, name)
+            cons = explicit or wraps or gen.is_constructed(inner)
             tag = tag_value(cls, num, cons)
             if explicit:
                 flags.append('GF_EXPLICIT')
-            elif inner.kind in ('OCTS', 'BITS', 'STR'):
+            elif inner.kind in ('OCTS', 'BITS', 'STR') and not wraps:
                 flags.append('GF_PC')
         else:
             tag, pc = gen.own_tag(t)
@@ -635,6 +643,16 @@ def main():
 
 
 
+def int_range(t):
+    """(low, high) of an INTEGER value range constraint, None when there is none."""
+    m = re.match(r'\(\s*(-?\d+)\s*\.\.\s*(-?\d+|MAX)\s*\)$', (t.constraint or '').strip())
+    if not m:
+        return None
+    lo = int(m.group(1))
+    hi = lo + 1000 if m.group(2) == 'MAX' else int(m.group(2))
+    return lo, hi
+
+
 def emit_fill(gen, path, avoid=frozenset()):
     """Test support: fills every component of every class (round-trip tests)."""
     classes = [c for c in gen.classes if not c.external]
@@ -675,6 +693,17 @@ def emit_fill(gen, path, avoid=frozenset()):
                 out.append('    case %d: x.choiceId = %s::ChoiceIdEnum(%d); x.%s = new %s; Fill(*x.%s, v / %d, depth + 1); break;\n' % (
                     j, c.name, i, m, ct, m, nalt))
             out.append('  }\n')
+        elif k == 'ENUM' and c.type.named:
+            # Only the named values are valid.
+            out.append('  static const int32_t values[] = {%s};\n  x.value = values[unsigned(v) %% %du];\n' % (
+                ', '.join(str(num) for _, num in c.type.named), len(c.type.named)))
+        elif k == 'BITS' and c.type.named:
+            # Named bits only, the last one set: no trailing zero bits to drop.
+            n = max(num for _, num in c.type.named) + 1
+            out.append('  static_cast<AsnBits &>(x) = AsnBits(%d);\n  x.SetBit(unsigned(v) %% %du);\n  x.SetBit(%d);\n' % (n, n, n - 1))
+        elif k == 'INT' and int_range(c.type):
+            lo, hi = int_range(c.type)
+            out.append('  x.value = %d + int32_t(unsigned(v) %% %du);\n' % (lo, hi - lo + 1))
         else:
             base = c.base
             out.append('  Fill(static_cast<%s &>(x), v, depth);\n' % base)
