@@ -167,8 +167,8 @@ int FillAll(int count, int seed) {
   for (int i = 0; i < std::max(count, 8); ++i) {
     std::unique_ptr<CSTAMsg> m(NewRose(ROSEapdus::rorj_apduCid));
     m->rOSE->rorj_apdu = new RORJapdu;
-    Fill(*m->rOSE->rorj_apdu, seed * 7919 + i, 0);
-    Emit("rej:-:-", *m);
+    fill.at("RORJapdu")(*m->rOSE->rorj_apdu, seed * 7919 + i);
+    Emit("rej:0:-", *m);
   }
   return 0;
 }
