@@ -8,13 +8,15 @@
 #   ./kestrel3.sh package         build the Windows release and write dist/Kestrel3-<version>-win64.zip
 #   ./kestrel3.sh mutants [--only REGEX]   run the source mutants of tools/mutants against the
 #                                 native tests (by hand, after changing asn/, csta3/, link/ or bridge/)
+#   ./kestrel3.sh conformance [COUNT] [SEED]   Kestrel3 against the Erlang ASN.1 judge, both
+#                                 directions, COUNT random values per type (default 10)
 set -euo pipefail
 cd "$(dirname "$0")"
 ROOT=$(pwd)
 JOBS=${JOBS:-$(nproc)}
 
 PACKAGES=(cmake ninja-build g++ clang libclang-rt-14-dev googletest libbenchmark-dev python3
-          g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64)
+          g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64 erlang-base erlang-asn1)
 # The release package: llvm-dlltool writes Kestrel3.lib; lld-link checks it.
 PACKAGES+=(llvm-14 lld-14)
 
@@ -107,6 +109,9 @@ case "$cmd" in
     for b in build/native/bench-*; do [ -x "$b" ] && "$b"; done ;;
   mutants)
     setup; tools/mutants/run "${@:2}" ;;
+  conformance)
+    setup; configure_build native --target k3-conform
+    tests/conformance/run_conformance.sh build/native/k3-conform build/native/conformance "${2:-10}" "${3:-1}" ;;
   *)
-    echo "usage: $0 {demo|test|build|fuzz [SECONDS] [TARGET]|bench|package|mutants [--only REGEX]}" >&2; exit 2 ;;
+    echo "usage: $0 {demo|test|build|fuzz [SECONDS] [TARGET]|bench|package|mutants [--only REGEX]|conformance [COUNT] [SEED]}" >&2; exit 2 ;;
 esac

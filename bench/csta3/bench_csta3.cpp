@@ -8,17 +8,8 @@
 #include <sstream>
 #include <vector>
 
+#include "bench/alloc_count.h"
 #include "csta3_model.h"
-
-static std::atomic<uint64_t> g_allocs{0};
-
-void *operator new(std::size_t n) {
-  g_allocs.fetch_add(1, std::memory_order_relaxed);
-  if (void *p = std::malloc(n ? n : 1)) return p;
-  throw std::bad_alloc();
-}
-void operator delete(void *p) noexcept { std::free(p); }
-void operator delete(void *p, std::size_t) noexcept { std::free(p); }
 
 namespace {
 

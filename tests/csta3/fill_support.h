@@ -18,6 +18,12 @@ inline void Fill(AsnOcts &x, int v, int) {
   static const char text[] = "Kestrel\x01\x7f octets";
   x.Set(text, size_t(v % 5) * 4);
 }
+// An octet or character string with a SIZE constraint: a length within it.
+inline void FillSized(AsnOcts &x, int v, size_t lo, size_t hi) {
+  static const char text[] = "Kestrel sized octets 0123456789 abcdefghijklmnopqrstuvwxyz ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  size_t n = lo + size_t(unsigned(v)) % (hi - lo + 1);
+  x.Set(text, n < sizeof text - 1 ? n : sizeof text - 1);
+}
 inline void Fill(AsnBits &x, int v, int) {
   x = AsnBits(size_t(3 + v % 11));
   x.SetBit(0);
@@ -69,10 +75,17 @@ CaseResult RunCase(int variant) {
   return r;
 }
 
+// Fills an object known only as AsnType whose class is T.
+template <class T>
+void FillAs(AsnType &x, int variant) {
+  Fill(static_cast<T &>(x), variant, 0);
+}
+
 struct Case {
   const char *name;
   CaseResult (*run)(int variant);
   int variants;
+  void (*fill)(AsnType &x, int variant);
 };
 extern const Case kCases[];
 extern const size_t kCaseCount;

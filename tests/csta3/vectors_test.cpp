@@ -48,6 +48,63 @@ const Bytes kStartDataPath = {0xA1, 0x0F, 0x02, 0x01, 0x0B, 0x02, 0x01, 0x6E, 0x
 const Bytes kCdrReport = {0xA1, 0x15, 0x02, 0x01, 0x0C, 0x02, 0x02, 0x01, 0x69, 0x30, 0x0C, 0x04,
                           0x02, 0x00, 0x07, 0x02, 0x01, 0x01, 0x30, 0x00, 0x01, 0x01, 0x00};
 
+// consultationCall argument: existingCall [0] IMPLICIT ConnectionID callID 01 02
+// (the implicit tag replaces [APPLICATION 11]); consultedDevice [1] DeviceID with
+// dialing number "12" and privateName [1] IA5String "Bob" (explicit: A1 05 16 03).
+const Bytes kConsultation = {0x30, 0x15, 0xA0, 0x04, 0x80, 0x02, 0x01, 0x02, 0xA1, 0x0D, 0x30, 0x0B,
+                             0x80, 0x02, 0x31, 0x32, 0xA1, 0x05, 0x16, 0x03, 0x42, 0x6F, 0x62};
+
+TEST(ModelVectors, ImplicitTaggedChoiceAndInlineString) {
+  ConsultationCallArgument in;
+  Decoded d = Dec(kConsultation, in);
+  ASSERT_EQ(d.rc, 0) << d.err;
+  ASSERT_NE(in.existingCall, nullptr);
+  ASSERT_EQ(in.existingCall->choiceId, ConnectionID::callIDCid);
+  EXPECT_EQ(in.existingCall->callID->Str(), std::string("\x01\x02"));
+  ASSERT_NE(in.consultedDevice, nullptr);
+  ASSERT_NE(in.consultedDevice->privateName, nullptr);
+  EXPECT_EQ(in.consultedDevice->privateName->Str(), "Bob");
+  EXPECT_EQ(EncodeToVector(in), kConsultation);
+
+  // Built by hand, the same octets.
+  ConsultationCallArgument out;
+  out.existingCall = new ConnectionID;
+  out.existingCall->choiceId = ConnectionID::callIDCid;
+  out.existingCall->callID = new CallID;
+  out.existingCall->callID->Set("\x01\x02", 2);
+  out.consultedDevice = new DeviceID;
+  out.consultedDevice->deviceIdentifier = new DeviceIDChoice;
+  out.consultedDevice->deviceIdentifier->choiceId = DeviceIDChoice::dialingNumberCid;
+  out.consultedDevice->deviceIdentifier->dialingNumber = new NumberDigits;
+  out.consultedDevice->deviceIdentifier->dialingNumber->Set("12");
+  out.consultedDevice->privateName = new IA5String;
+  out.consultedDevice->privateName->Set("Bob");
+  EXPECT_EQ(EncodeToVector(out), kConsultation);
+
+  // userData [6] IMPLICIT UserData: the [6] replaces UserData's own explicit
+  // [APPLICATION 29], so it is constructed around the OCTET STRING.
+  Bytes withUserData = kConsultation;
+  withUserData[1] = 0x1A;
+  withUserData.insert(withUserData.end(), {0xA6, 0x03, 0x04, 0x01, 0x4F});
+  ConsultationCallArgument u;
+  d = Dec(withUserData, u);
+  ASSERT_EQ(d.rc, 0) << d.err;
+  ASSERT_NE(u.userData, nullptr);
+  EXPECT_EQ(u.userData->Str(), "O");
+  EXPECT_EQ(EncodeToVector(u), withUserData);
+
+  // The forms the model used to produce are refused: an OCTET STRING inside
+  // privateName, an [APPLICATION 11] tag inside existingCall.
+  Bytes octs = kConsultation;
+  octs[18] = 0x04;
+  ConsultationCallArgument a;
+  EXPECT_LT(Dec(octs, a).rc, 0);
+  const Bytes appl = {0x30, 0x0D, 0xA0, 0x06, 0x6B, 0x04, 0x80, 0x02, 0x01, 0x02,
+                      0xA1, 0x03, 0x30, 0x01, 0x00};
+  ConsultationCallArgument b;
+  EXPECT_LT(Dec(appl, b).rc, 0);
+}
+
 TEST(ModelVectors, EventResultDataPathAndCdr) {
   CSTAMsg ev;
   ASSERT_EQ(Dec(kAgentLoggedOn, ev).rc, 0);

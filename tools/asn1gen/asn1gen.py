@@ -10,6 +10,7 @@ DIR/csta3_factory.cpp (operation-value and error-value factories).
 
 import argparse
 import os
+import re
 import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
@@ -94,13 +95,18 @@ class Gen:
                 raise SystemExit('reference loop at ' + name)
         return t, name
 
+    def wraps(self, inner, name):
+        """Whether a referenced type carries an explicit tag of its own: an
+        IMPLICIT tag then replaces that tag, and the encoding stays constructed."""
+        return bool(inner.tag) and name is not None and self.tag_explicit(inner, self.types[name][1])
+
     def own_tag(self, t):
         """(tag value, pc) of a type as written with no field tag; (0, False) for an
         untagged CHOICE or open type."""
         if t.tag:
             cls, num, mode = t.tag
-            base, _ = self.resolve(self.strip_tag(t))
-            cons = self.is_constructed(base) or self.tag_explicit(t)
+            base, name = self.resolve(self.strip_tag(t))
+            cons = self.is_constructed(base) or self.tag_explicit(t) or self.wraps(base, name)
             return tag_value(cls, num, cons), (not cons and base.kind in ('OCTS', 'BITS', 'STR'))
         if t.kind == 'REF':
             return self.own_tag(self.types[t.ref][0])
@@ -125,8 +131,8 @@ class Gen:
         """Whether the tag on t wraps the inner encoding."""
         cls, num, mode = t.tag
         inner, _ = self.resolve(self.strip_tag(t))
-        if inner.kind in ('CHOICE', 'OPEN'):
-            return True
+        if inner.kind in ('CHOICE', 'OPEN') and not inner.tag:
+            return True  # an untagged CHOICE or open type has no tag to replace
         if mode == 'EXPLICIT':
             return True
         if mode == 'IMPLICIT':
@@ -184,6 +190,11 @@ class Gen:
             return 'AsnType'
         if k == 'ENUM':
             return 'AsnEnum'
+        if k == 'STR':
+            # A string written inline keeps its own universal tag inside an
+            # explicit component tag.
+            self.string_types.add(t.ref)
+            return t.ref
         return PRIM_CLASS[k]
 
     def element_ctype(self, parent, t, counters, module):
@@ -497,9 +508,10 @@ def accepted_tags(gen, c, comp):
     if t.tag:
         explicit = gen.tag_explicit(t, c.module)
         cls, num, mode = t.tag
-        inner, _ = gen.resolve(gen.strip_tag(t))
-        tag = tag_value(cls, num, explicit or gen.is_constructed(inner))
-        pc = not explicit and inner.kind in ('OCTS', 'BITS', 'STR')
+        inner, name = gen.resolve(gen.strip_tag(t))
+        wraps = gen.wraps(inner, name)
+        tag = tag_value(cls, num, explicit or wraps or gen.is_constructed(inner))
+        pc = not explicit and not wraps and inner.kind in ('OCTS', 'BITS', 'STR')
     else:
         tag, pc = gen.own_tag(t)
         if tag == 0:
@@ -543,12 +555,13 @@ def field_entry(gen, c, comp, ct, idx_of, trial=()):
         if t.tag:
             explicit = gen.tag_explicit(t, c.module)
             cls, num, mode = t.tag
-            inner, _ = gen.resolve(gen.strip_tag(t))
-            cons = explicit or gen.is_constructed(inner)
+            inner, name = gen.resolve(gen.strip_tag(t))
+            wraps = gen.wraps(inner, name)
+            cons = explicit or wraps or gen.is_constructed(inner)
             tag = tag_value(cls, num, cons)
             if explicit:
                 flags.append('GF_EXPLICIT')
-            elif inner.kind in ('OCTS', 'BITS', 'STR'):
+            elif inner.kind in ('OCTS', 'BITS', 'STR') and not wraps:
                 flags.append('GF_PC')
         else:
             tag, pc = gen.own_tag(t)
@@ -630,6 +643,10 @@ def main():
     ap.add_argument('--parts', type=int, default=8)
     ap.add_argument('--ops', required=True)
     ap.add_argument('--fill', help='also write the round-trip test filler to this file')
+    ap.add_argument('--fill-avoid', action='append', default=[], metavar='CLASS.ALTERNATIVE',
+                    help='the filler never chooses this CHOICE alternative')
+    ap.add_argument('--fill-no-defaults', action='store_true',
+                    help='the filler leaves components with a DEFAULT absent')
     ap.add_argument('files', nargs='+')
     a = ap.parse_args()
     modules = []
@@ -646,12 +663,44 @@ def main():
     gen.build()
     total, emitted = emit(gen, a.out, a.parts)
     if a.fill:
-        emit_fill(gen, a.fill)
+        emit_fill(gen, a.fill, set(a.fill_avoid), a.fill_no_defaults)
     print('asn1gen: %d classes (%d generated)' % (total, emitted))
 
 
 
-def emit_fill(gen, path):
+def int_range(t):
+    """(low, high) of an INTEGER value range constraint, None when there is none."""
+    m = re.match(r'\(\s*(-?\d+)\s*\.\.\s*(-?\d+|MAX)\s*\)$', (t.constraint or '').strip())
+    if not m:
+        return None
+    lo = int(m.group(1))
+    hi = lo + 1000 if m.group(2) == 'MAX' else int(m.group(2))
+    return lo, hi
+
+
+def size_range(t):
+    """(low, high) of a string's SIZE constraint, None when there is none."""
+    if t.kind not in ('OCTS', 'STR'):
+        return None
+    m = re.search(r'SIZE\s*\(\s*(\d+)\s*(?:\.\.\s*(\d+|MAX)\s*)?\)', t.constraint or '')
+    if not m:
+        return None
+    lo = int(m.group(1))
+    hi = lo if m.group(2) is None else lo + 32 if m.group(2) == 'MAX' else int(m.group(2))
+    return lo, hi
+
+
+def fill_call(t, target, v):
+    """The filler call for a component of type t, keeping to its constraint."""
+    size, span = size_range(t), int_range(t) if t.kind == 'INT' else None
+    if size:
+        return 'FillSized(%s, %s, %d, %d)' % (target, v, size[0], size[1])
+    if span:
+        return '(%s).value = %d + int32_t(unsigned(%s) %% %du)' % (target, span[0], v, span[1] - span[0] + 1)
+    return 'Fill(%s, %s, depth + 1)' % (target, v)
+
+
+def emit_fill(gen, path, avoid=frozenset(), no_defaults=False):
     """Test support: fills every component of every class (round-trip tests)."""
     classes = [c for c in gen.classes if not c.external]
     out = ['// Generated by tools/asn1gen for the model tests; do not edit.\n',
@@ -677,19 +726,36 @@ def emit_fill(gen, path):
                     out.append('  x.%s.value = %d; x.%s = new %s; Fill(*static_cast<%s *>(x.%s), v, depth + 1);\n' % (
                         mname(comp.type.ref), val, m, cls, cls, m))
                     continue
+                if no_defaults and comp.default is not None:
+                    continue
                 if holding(gen, comp, ct) == 'value':
-                    out.append('  Fill(x.%s, v, depth + 1);\n' % m)
+                    out.append('  %s;\n' % fill_call(comp.type, 'x.' + m, 'v'))
                 else:
                     cond = 'depth < kMaxDepth' if comp.optional else 'true'
-                    out.append('  if (%s) { x.%s = new %s; Fill(*x.%s, v, depth + 1); }\n' % (cond, m, ct, m))
+                    out.append('  if (%s) { x.%s = new %s; %s; }\n' % (cond, m, ct, fill_call(comp.type, '*x.' + m, 'v')))
         elif k == 'CHOICE':
-            nalt = len(c.fields)
+            alts = [(i, comp, ct) for i, (comp, ct) in enumerate(c.fields) if c.name + '.' + comp.name not in avoid]
+            nalt = len(alts)
             out.append('  switch (unsigned(v) %% %du) {\n' % nalt)
-            for i, (comp, ct) in enumerate(c.fields):
+            for j, (i, comp, ct) in enumerate(alts):
                 m = mname(comp.name)
-                out.append('    case %d: x.choiceId = %s::ChoiceIdEnum(%d); x.%s = new %s; Fill(*x.%s, v / %d, depth + 1); break;\n' % (
-                    i, c.name, i, m, ct, m, nalt))
+                fill = fill_call(comp.type, '*x.' + m, 'v / %d' % nalt)
+                out.append('    case %d: x.choiceId = %s::ChoiceIdEnum(%d); x.%s = new %s; %s; break;\n' % (
+                    j, c.name, i, m, ct, fill))
             out.append('  }\n')
+        elif k == 'ENUM' and c.type.named:
+            # Only the named values are valid.
+            out.append('  static const int32_t values[] = {%s};\n  x.value = values[unsigned(v) %% %du];\n' % (
+                ', '.join(str(num) for _, num in c.type.named), len(c.type.named)))
+        elif k == 'BITS' and c.type.named:
+            # Named bits only, the last one set: no trailing zero bits to drop.
+            n = max(num for _, num in c.type.named) + 1
+            out.append('  static_cast<AsnBits &>(x) = AsnBits(%d);\n  x.SetBit(unsigned(v) %% %du);\n  x.SetBit(%d);\n' % (n, n, n - 1))
+        elif k in ('OCTS', 'STR') and size_range(c.type):
+            out.append('  FillSized(x, v, %d, %d);\n' % size_range(c.type))
+        elif k == 'INT' and int_range(c.type):
+            lo, hi = int_range(c.type)
+            out.append('  x.value = %d + int32_t(unsigned(v) %% %du);\n' % (lo, hi - lo + 1))
         else:
             base = c.base
             out.append('  Fill(static_cast<%s &>(x), v, depth);\n' % base)
@@ -697,7 +763,7 @@ def emit_fill(gen, path):
     out.append('const Case kCases[] = {\n')
     for c in classes:
         n = len(c.fields) if c.type.kind == 'CHOICE' else 1
-        out.append('  {"%s", &RunCase<%s>, %d},\n' % (c.name, c.name, max(3, n)))
+        out.append('  {"%s", &RunCase<%s>, %d, &FillAs<%s>},\n' % (c.name, c.name, max(3, n), c.name))
     out.append('};\nconst size_t kCaseCount = sizeof kCases / sizeof kCases[0];\n\n}  // namespace CSTA3V6\n')
     write_if_changed(path, ''.join(out))
 
