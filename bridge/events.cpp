@@ -181,7 +181,7 @@ void OnSendData(uint32_t line, const ROIVapdu &invoke) {
   auto result = std::make_unique<SendDataResult>();
   result->choiceId = SendDataResult::noDataCid;
   result->noData = new AsnNull;
-  SendAnswer(line, kOpSendDataIn, result.release(), invoke);
+  SendAnswer(line, kOpSendData, result.release(), invoke);
 
   EventDataRecord record;
   OutBytes body = Body(record);

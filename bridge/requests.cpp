@@ -17,15 +17,6 @@ using namespace CSTA3V6;
 
 namespace {
 
-// Operation values of the standard CSTA services used here.
-constexpr int32_t kOpSendData = 112;
-constexpr int32_t kOpGetPhysicalDeviceInformation = 202;
-constexpr int32_t kOpGetAgentState = 304;
-constexpr int32_t kOpSetAgentState = 312;
-constexpr int32_t kOpCdrReport = 361;
-constexpr int32_t kOpStartCdrTransmission = 363;
-constexpr int32_t kOpStopCdrTransmission = 364;
-
 // ---------------------------------------------------------------------------
 // Reading and writing the packed little-endian structure.
 
@@ -370,7 +361,7 @@ int32_t EncStartCdr(uint32_t line, uint8_t *p, uint32_t) {
   Line(line).cdrSession = U32(p, 2);
   auto arg = std::make_unique<StartCDRTransmissionArgument>();
   arg->transferMode.Set(0);
-  return SendInvoke(line, p, kOpStartCdrTransmission, arg.release());
+  return SendInvoke(line, p, kOpStartCDRTransmission, arg.release());
 }
 
 int32_t EncStopCdr(uint32_t line, uint8_t *p, uint32_t size) {
@@ -379,7 +370,7 @@ int32_t EncStopCdr(uint32_t line, uint8_t *p, uint32_t size) {
   if (U32(p, 2) != state.cdrSession) return kEncSessionMismatch;
   auto arg = std::make_unique<StopCDRTransmissionArgument>();
   arg->cdrCrossRefID.Set(state.cdrCrossRefId.octs, state.cdrCrossRefId.octetLen);
-  return SendInvoke(line, p, kOpStopCdrTransmission, arg.release());
+  return SendInvoke(line, p, kOpStopCDRTransmission, arg.release());
 }
 
 int32_t EncSendData(uint32_t line, uint8_t *p, uint32_t size) {
@@ -414,7 +405,7 @@ int32_t AnswerCdrReport(uint32_t line, uint8_t *p, const uint8_t record[kEventRe
   result->choiceId = CDRReportResult::noDataCid;
   result->noData = new AsnNull;
   CSTAMsg msg;
-  BuildResult(msg, kOpCdrReport, result.release());
+  BuildResult(msg, kOpCDRReport, result.release());
   return SendWithInvokeId(line, msg, p, invokeId) ? kEncAnsweredCdr : kEncNotSent;
 }
 

@@ -481,17 +481,17 @@ const char *EventName(uint32_t type) {
 
 const char *OperationName(int32_t op) {
   switch (op) {
-    case 21: return "cSTAEventReport";
-    case 51: return "escape";
-    case 110: return "startDataPath";
-    case 111: return "stopDataPath";
-    case 112: return "sendData";
-    case 202: return "getPhysicalDeviceInformation";
-    case 304: return "getAgentState";
-    case 312: return "setAgentState";
-    case 361: return "cDRReport";
-    case 363: return "startCDRTransmission";
-    case 364: return "stopCDRTransmission";
+    case kOpCSTAEventReport: return "cSTAEventReport";
+    case kOpEscape: return "escape";
+    case kOpStartDataPath: return "startDataPath";
+    case kOpStopDataPath: return "stopDataPath";
+    case kOpSendData: return "sendData";
+    case kOpGetPhysicalDeviceInformation: return "getPhysicalDeviceInformation";
+    case kOpGetAgentState: return "getAgentState";
+    case kOpSetAgentState: return "setAgentState";
+    case kOpCDRReport: return "cDRReport";
+    case kOpStartCDRTransmission: return "startCDRTransmission";
+    case kOpStopCDRTransmission: return "stopCDRTransmission";
     default: return "?";
   }
 }
@@ -865,21 +865,21 @@ const PrivateDataChoiceSeq *ItemOf(const CSTAMsg &msg) {
   if (r.choiceId == ROSEapdus::roiv_apduCid) {
     const ROIVapdu &iv = *r.roiv_apdu;
     if (!iv.argument) return nullptr;
-    if (iv.operation_value.value == 51) {
+    if (iv.operation_value.value == kOpEscape) {
       const auto *arg = static_cast<const EscapeArgument *>(iv.argument);
       if (arg->privateData && arg->privateData->choiceId == CSTAPrivateData::privateCid && arg->privateData->private_ &&
           arg->privateData->private_->choiceId == PrivateDataChoice::comPrivateDataCid)
         return arg->privateData->private_->comPrivateData;
       return nullptr;
     }
-    if (iv.operation_value.value == 112) {
+    if (iv.operation_value.value == kOpSendData) {
       const auto *arg = static_cast<const SendDataArgument *>(iv.argument);
       return arg->extensions ? FirstItem(arg->extensions->privateData) : nullptr;
     }
     return nullptr;
   }
   if (r.choiceId == ROSEapdus::rors_apduCid && r.rors_apdu->result && r.rors_apdu->result->result &&
-      r.rors_apdu->result->operation_value.value == 51) {
+      r.rors_apdu->result->operation_value.value == kOpEscape) {
     const auto *res = static_cast<const EscapeResult *>(r.rors_apdu->result->result);
     if (res->choiceId == EscapeResult::extensionsCid && res->extensions) return FirstItem(res->extensions->privateData);
   }
@@ -1072,13 +1072,13 @@ bool BuildAgentReport(const Step &s, CSTAMsg &out, std::string &err) {
   L *events = arg->eventSpecificInfo->logicalDeviceFeatureEvents = new L;
   events->choiceId = cid;
   events->alternative = ev;
-  k3::BuildInvoke(out, 21, arg);
+  k3::BuildInvoke(out, kOpCSTAEventReport, arg);
   return true;
 }
 
 bool BuildCdr(const Step &s, CSTAMsg &out, std::string &err) {
   auto *arg = new CDRReportArgument;
-  k3::BuildInvoke(out, 361, arg);  // owned by the message from here on
+  k3::BuildInvoke(out, kOpCDRReport, arg);  // owned by the message from here on
   arg->numberOfRecordsSent.Set(1);
   CDRInformationItem &item = *(arg->cdrInfo = new CDRInfo)->Append();
   item.recordCreationTime.Set(s.Has("created") ? s.Find("created")->value.text.c_str() : "20261123081530Z");
@@ -1237,10 +1237,10 @@ bool BuildAnswer(const Step &s, const CSTAMsg &answered, CSTAMsg &out, std::stri
   }
   int32_t op = s.Has("op") ? int32_t(s.Find("op")->value.number) : facts.operation;
   // Private-data content belongs to an escape result, also with nothing to copy the operation from.
-  if (op < 0 && (s.Has("amhost") || s.Has("maint") || s.Has("acl") || s.Has("raw"))) op = 51;
+  if (op < 0 && (s.Has("amhost") || s.Has("maint") || s.Has("acl") || s.Has("raw"))) op = kOpEscape;
   AsnType *result = nullptr;
   switch (op) {
-    case 51: {
+    case kOpEscape: {
       auto *res = new EscapeResult;
       k3::BuildResult(out, op, res);
       bool content = s.Has("amhost") || s.Has("maint") || s.Has("acl") || s.Has("raw");
@@ -1256,7 +1256,7 @@ bool BuildAnswer(const Step &s, const CSTAMsg &answered, CSTAMsg &out, std::stri
       k3::SetInvokeId(out, uint32_t(id));
       return true;
     }
-    case 304: {
+    case kOpGetAgentState: {
       auto *res = new GetAgentStateResult;
       res->agentStateList = new AgentStateList;
       if (s.Has("agent") || s.Has("state")) {
@@ -1271,28 +1271,28 @@ bool BuildAnswer(const Step &s, const CSTAMsg &answered, CSTAMsg &out, std::stri
       result = res;
       break;
     }
-    case 202: {
+    case kOpGetPhysicalDeviceInformation: {
       auto *res = new GetPhysicalDeviceInformationResult;
       if (const Arg *c = s.Find("category")) res->deviceCategory = new DeviceCategory(int32_t(c->value.number));
       result = res;
       break;
     }
-    case 363: {
+    case kOpStartCDRTransmission: {
       auto *res = new StartCDRTransmissionResult;
       std::string x = s.Has("xref") ? s.Find("xref")->value.text : std::string("\x01", 1);
       res->cdrCrossRefID.Set(x.data(), x.size());
       result = res;
       break;
     }
-    case 364: {
+    case kOpStopCDRTransmission: {
       auto *res = new StopCDRTransmissionResult;
       res->choiceId = StopCDRTransmissionResult::noDataCid;
       res->noData = new AsnNull;
       result = res;
       break;
     }
-    case 312: result = new SetAgentStateResult; break;
-    case 112: {
+    case kOpSetAgentState: result = new SetAgentStateResult; break;
+    case kOpSendData: {
       auto *res = new SendDataResult;
       res->choiceId = SendDataResult::noDataCid;
       res->noData = new AsnNull;
@@ -1321,7 +1321,7 @@ bool BuildInvocation(const Step &s, uint32_t invokeId, CSTAMsg &out, std::string
     if (const Arg *p = s.Find("private")) priv = p->value.text;
     if (const Arg *e = s.Find("element3")) priv += std::string{char(0xE0), 5, char(e->value.number), 0, 0};
     if (!priv.empty()) arg->extensions = PrivateOctets(priv);
-    k3::BuildInvoke(out, 110, arg);
+    k3::BuildInvoke(out, kOpStartDataPath, arg);
   } else if (kind == "senddata" || kind == "stoppath") {
     const Arg *x = s.Find("xref");
     if (x->value.kind != Value::Octets) return err = "xref= takes hex:..", false;
@@ -1329,11 +1329,11 @@ bool BuildInvocation(const Step &s, uint32_t invokeId, CSTAMsg &out, std::string
       auto *arg = new SendDataArgument;
       arg->ioCrossRefID = CrossRef(x->value.text);
       if (const Arg *d = s.Find("data")) arg->ioData.Set(d->value.text.data(), d->value.text.size());
-      k3::BuildInvoke(out, 112, arg);
+      k3::BuildInvoke(out, kOpSendData, arg);
     } else {
       auto *arg = new StopDataPathArgument;
       arg->ioCrossRefID = CrossRef(x->value.text);
-      k3::BuildInvoke(out, 111, arg);
+      k3::BuildInvoke(out, kOpStopDataPath, arg);
     }
   } else if (kind == "cdr") {
     ok = BuildCdr(s, out, err);

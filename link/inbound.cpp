@@ -69,18 +69,18 @@ void OnEventReport(uint32_t line, const ROIVapdu &roiv, const InboundConverters 
 
 void OnInvoke(uint32_t line, const ROIVapdu &roiv, const InboundConverters *cv) {
   switch (roiv.operation_value.value) {
-    case 51: OnEscapeInvoke(line, roiv, cv); break;
+    case kOpEscape: OnEscapeInvoke(line, roiv, cv); break;
     case kOpStartDataPath:
       if (roiv.argument && cv && cv->startDataPath) cv->startDataPath(line, roiv);
       break;
-    case kOpSendDataIn:
+    case kOpSendData:
       if (roiv.argument && cv && cv->sendData) cv->sendData(line, roiv);
       break;
     case kOpStopDataPath:
       if (roiv.argument && cv && cv->stopDataPath) cv->stopDataPath(line, roiv);
       break;
-    case kOpEventReport: OnEventReport(line, roiv, cv); break;
-    case kOpCdrReportIn:
+    case kOpCSTAEventReport: OnEventReport(line, roiv, cv); break;
+    case kOpCDRReport:
       if (roiv.argument && cv && cv->cdrReport) cv->cdrReport(line, roiv);
       break;
     default: break;
@@ -181,25 +181,25 @@ void OnResult(uint32_t line, const RORSapdu &rors, const InboundConverters *cv) 
   const PendingRequest request = *it;
   const AsnType *result = rors.result->result;
   switch (rors.result->operation_value.value) {
-    case 51:
+    case kOpEscape:
       if (!OnEscapeResult(line, request, result, cv)) return;
       break;
-    case kOpSendDataIn:
-    case kOpSetAgentStateIn:
+    case kOpSendData:
+    case kOpSetAgentState:
       if (result) ReplyToPending(request, 0);
       break;
-    case kOpStartCdr:
+    case kOpStartCDRTransmission:
       if (const auto *r = dynamic_cast<const StartCDRTransmissionResult *>(result))
         if (cv && cv->cdrStart) cv->cdrStart(line, request, true, r);
       break;
-    case kOpStopCdr:
+    case kOpStopCDRTransmission:
       if (result && cv && cv->cdrStop) cv->cdrStop(line, request);
       break;
-    case kOpGetAgentStateIn:
+    case kOpGetAgentState:
       if (const auto *r = dynamic_cast<const GetAgentStateResult *>(result))
         if (cv && cv->agentState) cv->agentState(line, request, *r);
       break;
-    case kOpGetPhysicalDeviceInfo:
+    case kOpGetPhysicalDeviceInformation:
       if (const auto *r = dynamic_cast<const GetPhysicalDeviceInformationResult *>(result))
         if (cv && cv->deviceInfo) cv->deviceInfo(line, request, *r);
       break;

@@ -20,22 +20,11 @@
 #include <cstdint>
 
 #include "csta3_model.h"
+#include "csta3_names.h"
 #include "csta3/private/private_data.h"
 #include "link/engine.h"
 
 namespace k3 {
-
-// Operation values of the CSTA services handled inbound.
-constexpr int32_t kOpEventReport = 21;
-constexpr int32_t kOpStartDataPath = 110;
-constexpr int32_t kOpStopDataPath = 111;
-constexpr int32_t kOpSendDataIn = 112;
-constexpr int32_t kOpGetPhysicalDeviceInfo = 202;
-constexpr int32_t kOpGetAgentStateIn = 304;
-constexpr int32_t kOpSetAgentStateIn = 312;
-constexpr int32_t kOpCdrReportIn = 361;
-constexpr int32_t kOpStartCdr = 363;
-constexpr int32_t kOpStopCdr = 364;
 
 struct InboundConverters {
   // ---- Answers to pending requests ----

@@ -9,11 +9,10 @@
 #include <cstdint>
 
 #include "csta3_model.h"
+#include "csta3_names.h"
 #include "csta3/private/private_data.h"
 
 namespace k3 {
-
-constexpr int32_t kOpEscape = 51;
 
 // An escape invocation whose private data carries an ACL2 item with the given
 // application and action; the caller hangs the body (AMHOST, MAINT ...) into
