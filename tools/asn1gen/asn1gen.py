@@ -192,13 +192,12 @@ def constructed_impl(model, c):
     for comp, _ in c.fields:
         t = comp.type
         if t.kind != 'OPEN' and model.tag_of(t, c.module)[0] == 0:
-            inner, name = model.resolve(t)
-            tl = model.choice_tags(inner, model.types[name][1] if name else c.module)
+            tl = model.choice_tags(t, c.module)
             out.append('static const AsnTag k%s_%s_tags[] = {%s, 0};\n' % (
                 n, mname(comp.name), ', '.join(tagc(x) for x in tl)))
     out.append('static const GenField k%s_fields[] = {\n%s\n};\n' % (
         n, ',\n'.join(field_entry(model, c, comp, ct, idx_of, trial) for comp, ct in c.fields)))
-    own = model.tag_of(c.type, c.module)[0] if c.type.tag or k != 'CHOICE' else 0
+    own = model.tag_of(c.type, c.module)[0]  # 0 for an untagged CHOICE
     if k == 'CHOICE':
         out.append('static const GenChoiceInfo k%s_info = {"%s", offsetof(%s, choiceId), offsetof(%s, alternative), '
                    '%s, k%s_fields, %d, %d, %d};\n' % (n, n, n, n, tagc(own), n, len(c.fields), c.codes['#choice'],

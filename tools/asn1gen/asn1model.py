@@ -173,13 +173,16 @@ class Model:
         return tag_value('UNIV', UNIV_TAG[t.kind], t.kind in CONSTRUCTED), t.kind in ('OCTS', 'BITS'), False
 
     def choice_tags(self, t, module):
-        """Tags accepted by an untagged CHOICE (both forms for string types)."""
+        """Tags accepted by a component of untagged CHOICE type t written in module
+        (both forms for string types)."""
+        inner, name = self.resolve(t)
+        if name:
+            module = self.types[name][1]
         out = []
-        for c in t.components:
+        for c in inner.components:
             tag, pc, _ = self.tag_of(c.type, module)
             if tag == 0:
-                inner, name = self.resolve(c.type)
-                out += self.choice_tags(inner, self.types[name][1] if name else module)
+                out += self.choice_tags(c.type, module)
             else:
                 out.append(tag)
                 if pc:
@@ -192,8 +195,7 @@ class Model:
             return set()
         tag, pc, _ = self.tag_of(comp.type, module)
         if tag == 0:
-            inner, name = self.resolve(comp.type)
-            return set(self.choice_tags(inner, self.types[name][1] if name else module))
+            return set(self.choice_tags(comp.type, module))
         return {tag & ~CONS_BIT, tag | CONS_BIT} if pc else {tag}
 
     def trial_components(self, c):

@@ -7,7 +7,11 @@ and BIT STRING with named values, OCTET STRING, NULL, BOOLEAN, OBJECT IDENTIFIER
 restricted strings and time types, tags, OPTIONAL / DEFAULT, constraints
 (kept as text, not checked) and the directive comment
     --@external "<header>"
-in front of a type assignment (the class is written by hand; no code is emitted).
+in front of a type assignment (the class is written by hand; no code is emitted),
+and the directive comment
+    --@code -N
+in front of a type assignment (the first error-site code of that type; later
+types of the module go on from there).
 """
 
 import re
