@@ -1,9 +1,9 @@
 """Parser for the ASN.1 subset the model definitions use.
 
-Supported: module headers with IMPORTS/EXPORTS, type assignments, OPERATION and
-ERROR value assignments (kept as operation/error facts), OBJECT IDENTIFIER value
-assignments, SEQUENCE / SET / CHOICE / SEQUENCE OF / SET OF, ENUMERATED, INTEGER
-and BIT STRING with named values, OCTET STRING, NULL, BOOLEAN, OBJECT IDENTIFIER,
+Supported: module headers with IMPORTS/EXPORTS (skipped), type assignments,
+OPERATION, ERROR and OBJECT IDENTIFIER value assignments (skipped), SEQUENCE /
+SET / CHOICE / SEQUENCE OF / SET OF, ENUMERATED, INTEGER and BIT STRING with
+named values, OCTET STRING, NULL, BOOLEAN, OBJECT IDENTIFIER,
 restricted strings and time types, tags, OPTIONAL / DEFAULT, constraints
 (kept as text, not checked) and the directive comment
     --@external "<header>"
@@ -90,18 +90,12 @@ class Component:
 
 
 class Module:
-    def __init__(self, name, oid):
+    def __init__(self, name):
         self.name = name
-        self.oid = oid
         self.tagdefault = 'EXPLICIT'
-        self.exports = None      # None = everything
-        self.imports = []        # [(module name, oid text, [symbols])]
         self.types = []          # [(name, Type)]
         self.externals = {}      # type name -> header of a hand-written class
         self.codepins = {}       # type name -> first error code of its sites
-        self.operations = []     # [(value name, code, argument type or None, result type or None)]
-        self.errors = []         # [(value name, code, parameter type or None)]
-        self.values = []         # [(value name, type text, value text)] other value assignments
 
 
 class Parser:
@@ -163,8 +157,9 @@ class Parser:
 
     def parse_module(self):
         name = self.next()[1]
-        oid = self.balanced('{', '}') if self.peek()[1] == '{' else None
-        mod = Module(name, oid)
+        if self.peek()[1] == '{':
+            self.balanced('{', '}')
+        mod = Module(name)
         self.expect('DEFINITIONS')
         while self.val() != '::=':
             w = self.next()[1]
@@ -172,23 +167,12 @@ class Parser:
                 mod.tagdefault = w
         self.expect('::=')
         self.expect('BEGIN')
-        if self.accept('EXPORTS'):
-            syms = []
-            while not self.accept(';'):
-                syms.append(self.next()[1])
-            mod.exports = [s for s in syms if s != ',']
-        if self.accept('IMPORTS'):
-            syms = []
-            while not self.accept(';'):
-                if self.accept('FROM'):
-                    mname = self.next()[1]
-                    moid = self.balanced('{', '}') if self.peek()[1] == '{' else None
-                    mod.imports.append((mname, moid, syms))
-                    syms = []
-                else:
-                    t = self.next()[1]
-                    if t != ',':
-                        syms.append(t)
+        # Type names are global across the modules: exports and imports are skipped.
+        for clause in ('EXPORTS', 'IMPORTS'):
+            if self.accept(clause):
+                while not self.accept(';'):
+                    if self.next()[0] == 'eof':
+                        self.error('unterminated ' + clause)
         pending = []
         while not self.accept('END'):
             t = self.peek()
@@ -208,29 +192,16 @@ class Parser:
                         mod.codepins[name] = int(d.split()[1])
                 pending = []
             else:
-                self.parse_value_assignment(mod, name)
+                self.skip_value_assignment()
         return mod
 
-    def parse_value_assignment(self, mod, name):
-        cls = self.next()[1]
-        if cls == 'OBJECT':
+    def skip_value_assignment(self):
+        """OPERATION, ERROR and OBJECT IDENTIFIER values: the operation table
+        names the operations' classes, so their bodies are not read."""
+        if self.next()[1] == 'OBJECT':
             self.expect('IDENTIFIER')
-            cls = 'OBJECT IDENTIFIER'
         self.expect('::=')
-        body = self.balanced('{', '}')
-        if cls in ('OPERATION', 'ERROR'):
-            fields = {}
-            m = re.search(r'CODE\s+local\s*:\s*(-?\d+)', body)
-            code = int(m.group(1)) if m else None
-            for key in ('ARGUMENT', 'RESULT', 'PARAMETER'):
-                m = re.search(r'\b%s\s+([A-Za-z][A-Za-z0-9-]*)' % key, body)
-                fields[key] = m.group(1) if m else None
-            if cls == 'OPERATION':
-                mod.operations.append((name, code, fields['ARGUMENT'], fields['RESULT']))
-            else:
-                mod.errors.append((name, code, fields['PARAMETER']))
-        else:
-            mod.values.append((name, cls, body))
+        self.balanced('{', '}')
 
     # ---- types ---------------------------------------------------------------
     def parse_tag(self):
@@ -252,8 +223,8 @@ class Parser:
         t = self.parse_untagged()
         if tag:
             if t.tag:
-                # A tag in front of an already tagged type: keep the outer tag and
-                # wrap the inner one as a reference-like nesting is not used here.
+                # Two tags on one type ([1] [2] T) are not used in the definitions;
+                # a tag over a tagged type goes through a named reference instead.
                 self.error('double tag')
             t.tag = tag
         return t
