@@ -46,7 +46,37 @@ struct Arg {
   Value value;
 };
 
+// Every kind of step, by its first word and, where the first word has several,
+// its second. The reader finds the kind and checks the step for it; the runner
+// does what the kind says.
+enum class StepKind : uint8_t {
+  Note,  // also "a step of no kind": it does nothing
+  Open,
+  Close,
+  Link,
+  Fetch,
+  Requires,
+  Wait,
+  MonitorStart,
+  MonitorStop,
+  MonitorClear,
+  Request,
+  PbxResult,
+  PbxBare,
+  PbxError,
+  PbxReject,
+  PbxSilence,
+  PbxTake,
+  PbxInvoke,
+  ExpectNothingSent,
+  ExpectNoEvent,
+  ExpectSent,
+  ExpectEvent,
+  ExpectCompletion,
+};
+
 struct Step {
+  StepKind kind = StepKind::Note;
   std::string file;
   int line = 0;
   std::string source;               // the line as written, trimmed
