@@ -122,6 +122,8 @@ const StructInfo *StructureByCode(uint16_t type);
 const Field *FindField(const StructInfo &s, const std::string &name);
 // A field given by position: "@offset:u8|u16|u32" or "@offset:text:width".
 bool ParseRawField(const std::string &key, Field &out);
+// A field by name, or else by position (written into raw); null when neither.
+const Field *FieldOf(const StructInfo &s, const std::string &key, Field &raw);
 
 // Writes v into block (of room bytes) at the field. Texts are NUL-terminated
 // and must leave room for the terminator. False with err when it does not fit.

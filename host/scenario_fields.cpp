@@ -41,6 +41,11 @@ bool ParseRawField(const std::string &key, Field &out) {
   return out.offset + out.width <= kBlockRoom;
 }
 
+const Field *FieldOf(const StructInfo &s, const std::string &key, Field &raw) {
+  if (const Field *f = FindField(s, key)) return f;
+  return ParseRawField(key, raw) ? &raw : nullptr;
+}
+
 bool PutField(uint8_t *block, uint32_t room, const Field &f, const Value &v, std::string &err) {
   if (f.offset + f.width > room) {
     err = "field " + f.name + " lies outside the buffer";
@@ -85,22 +90,31 @@ bool PutField(uint8_t *block, uint32_t room, const Field &f, const Value &v, std
   return false;
 }
 
+namespace {
+
+// A little-endian number of width bytes, and a text up to its terminator.
+uint32_t NumberAt(const uint8_t *p, uint32_t width) {
+  uint32_t u = 0;
+  for (uint32_t i = 0; i < width; ++i) u |= uint32_t(p[i]) << (8 * i);
+  return u;
+}
+
+std::string TextAt(const uint8_t *p, uint32_t width) {
+  size_t n = 0;
+  while (n < width && p[n]) ++n;
+  return std::string(reinterpret_cast<const char *>(p), n);
+}
+
+}  // namespace
+
 std::string GetField(const uint8_t *block, uint32_t room, const Field &f) {
   if (f.offset + f.width > room) return "?";
   const uint8_t *p = block + f.offset;
   switch (f.kind) {
     case FieldKind::U8:
     case FieldKind::U16:
-    case FieldKind::U32: {
-      uint32_t u = 0;
-      for (uint32_t i = 0; i < f.width; ++i) u |= uint32_t(p[i]) << (8 * i);
-      return std::to_string(u);
-    }
-    case FieldKind::Text: {
-      size_t n = 0;
-      while (n < f.width && p[n]) ++n;
-      return Quoted(std::string(reinterpret_cast<const char *>(p), n));
-    }
+    case FieldKind::U32: return std::to_string(NumberAt(p, f.width));
+    case FieldKind::Text: return Quoted(TextAt(p, f.width));
     case FieldKind::Octets: return "hex:" + HexOf(p, f.width);
   }
   return "?";
@@ -117,18 +131,11 @@ bool FieldEquals(const uint8_t *block, uint32_t room, const Field &f, const Valu
     case FieldKind::U8:
     case FieldKind::U16:
     case FieldKind::U32: {
-      uint32_t u = 0;
-      for (uint32_t i = 0; i < f.width; ++i) u |= uint32_t(p[i]) << (8 * i);
       uint32_t mask = f.width == 4 ? 0xFFFFFFFFu : (1u << (8 * f.width)) - 1;
-      same = v.kind == Value::Number && u == (uint32_t(v.number) & mask);
+      same = v.kind == Value::Number && NumberAt(p, f.width) == (uint32_t(v.number) & mask);
       break;
     }
-    case FieldKind::Text: {
-      size_t n = 0;
-      while (n < f.width && p[n]) ++n;
-      same = v.kind != Value::Ref && std::string(reinterpret_cast<const char *>(p), n) == v.text;
-      break;
-    }
+    case FieldKind::Text: same = v.kind != Value::Ref && TextAt(p, f.width) == v.text; break;
     case FieldKind::Octets:
       // Octets compare over the expected length; the rest of the field is not looked at.
       same = v.kind != Value::Ref && v.text.size() <= f.width && std::memcmp(p, v.text.data(), v.text.size()) == 0;

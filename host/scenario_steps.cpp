@@ -94,7 +94,7 @@ struct Checker {
     auto it = requests.find(who);
     if (it == requests.end()) return Fail(err, "$" + who + ": no request of that name before this line");
     Field raw;
-    if (!FindField(*it->second, what) && !ParseRawField(what, raw))
+    if (!FieldOf(*it->second, what, raw))
       return Fail(err, "$" + v.text + ": request " + who + " has no field " + what);
     return true;
   }
@@ -170,8 +170,7 @@ struct Checker {
         continue;
       }
       Field raw;
-      const Field *f = FindField(*si, a.key);
-      if (!f && ParseRawField(a.key, raw)) f = &raw;
+      const Field *f = FieldOf(*si, a.key, raw);
       if (!f) return Fail(err, std::string("structure ") + si->name + " has no field " + a.key);
       if (a.value.kind != Value::Ref && !PutField(scratch.data(), kBlockRoom, *f, a.value, err)) return false;
     }
@@ -270,7 +269,7 @@ struct Checker {
         continue;
       }
       Field raw;
-      if (!FindField(*it->second, a.key) && !ParseRawField(a.key, raw))
+      if (!FieldOf(*it->second, a.key, raw))
         return Fail(err, std::string("structure ") + it->second->name + " has no field " + a.key);
     }
     return true;
