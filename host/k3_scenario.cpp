@@ -343,8 +343,8 @@ class Runner {
       case K::PbxBare:
       case K::PbxError:
       case K::PbxReject: return PbxAnswer(s);
-      case K::ExpectNothingSent: return ExpectQuiet(pbx_.size(), "message(s) to the PBX", s);
-      case K::ExpectNoEvent: return ExpectQuiet(events_.size(), "event(s)", s);
+      case K::ExpectNothingSent: return ExpectQuiet(pbx_, "message(s) to the PBX", s);
+      case K::ExpectNoEvent: return ExpectQuiet(events_, "event(s)", s);
       case K::ExpectSent: return ExpectSent(s);
       case K::ExpectEvent: return ExpectEvent(s);
       case K::ExpectCompletion: return ExpectCompletion(s);
@@ -470,11 +470,12 @@ class Runner {
     return s.Has("within") ? uint32_t(s.Find("within")->value.number) * 1000u : dflt;
   }
 
-  // Nothing more of a kind may arrive within the time.
-  void ExpectQuiet(const size_t &pending, const char *what, const Step &s) {
+  // The queue (messages to the PBX, or events) must still be empty after the time.
+  template <class Queue>
+  void ExpectQuiet(const Queue &queue, const char *what, const Step &s) {
     Settle(Within(s, 200));
-    if (pending == 0) return std::printf("  ok\n"), Met();
-    Failed(std::to_string(pending) + " " + what + " were not expected");
+    if (queue.empty()) return std::printf("  ok\n"), Met();
+    Failed(std::to_string(queue.size()) + " " + what + " were not expected");
   }
 
   void ExpectSent(const Step &s) {
