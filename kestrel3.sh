@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Kestrel3: set up, build, test and run on a Debian machine.
 #   ./kestrel3.sh demo [--ber] [--with-timeout]   build the Windows preset and run the default scenarios under Wine
-#   ./kestrel3.sh test            build everything and run every test (native, sanitizers, Wine)
+#   ./kestrel3.sh test [PRESET]   build everything and run every test (native, sanitizers, Wine);
+#                                 with a preset (native, native-asan, windows, windows-release)
+#                                 build that one and run its tests only
 #   ./kestrel3.sh build           build everything (build/native, build/native-asan, build/windows)
 #   ./kestrel3.sh fuzz [SECONDS] [TARGET]   build the libFuzzer targets and run each (default 60 s)
 #   ./kestrel3.sh bench           build and run the native benchmarks
@@ -67,10 +69,11 @@ check_package() {
   python3 tests/package/check_package.py dist/Kestrel3-*-win64.zip
 }
 
+# The test presets of CMakePresets.json hold the settings (output, time-out, Wine).
 run_tests() {
   local preset=$1
   log "tests: $preset"
-  (cd "build/$preset" && ctest --output-on-failure -j "$JOBS" --timeout 900)
+  ctest --preset "$preset" -j "$JOBS"
 }
 
 cmd=${1:-test}
@@ -78,6 +81,15 @@ case "$cmd" in
   build)
     setup; build_all ;;
   test)
+    if [ -n "${2:-}" ]; then
+      case "$2" in
+        native|native-asan|windows|windows-release) ;;
+        *) echo "usage: $0 test [native|native-asan|windows|windows-release]" >&2; exit 2 ;;
+      esac
+      setup; configure_build "$2"; run_tests "$2"
+      log "tests passed: $2"
+      exit 0
+    fi
     setup; build_all
     run_tests native
     run_tests native-asan
@@ -113,5 +125,5 @@ case "$cmd" in
     setup; configure_build native --target k3-conform
     tests/conformance/run_conformance.sh build/native/k3-conform build/native/conformance "${2:-10}" "${3:-1}" ;;
   *)
-    echo "usage: $0 {demo|test|build|fuzz [SECONDS] [TARGET]|bench|package|mutants [--only REGEX]|conformance [COUNT] [SEED]}" >&2; exit 2 ;;
+    echo "usage: $0 {demo|test [PRESET]|build|fuzz [SECONDS] [TARGET]|bench|package|mutants [--only REGEX]|conformance [COUNT] [SEED]}" >&2; exit 2 ;;
 esac

@@ -13,7 +13,6 @@
 #include <windows.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstring>
 #include <deque>
@@ -21,114 +20,23 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "csta3_model.h"
 #include "host/scenario.h"
+#include "host/k3_dll.h"
+#include "host/k3_scenario_log.h"
 #include "kestrel3.h"
 #include "kestrel3_structures.h"
 
 using namespace CSTA3V6;
 using k3s::Step;
 using SValue = k3s::Value;
+using namespace k3host;
 
 namespace {
-
-// ---------------------------------------------------------------------------
-// What the library hands to the host's callbacks, in order of arrival.
-
-struct Happening {
-  enum Kind { Sent, Reply, Event } kind;
-  // Sent: the message as the PBX decoded it.
-  uint32_t invokeId = 0;
-  const void *block = nullptr;
-  std::vector<unsigned char> ber;
-  std::shared_ptr<CSTAMsg> msg;
-  std::string decodeError;
-  // Reply.
-  uint32_t requestId = 0, result = 0;
-  // Event: the three header words and parameter 3.
-  uint32_t words[3] = {0, 0, 0};
-  uint32_t param3 = 0;
-};
-
-std::mutex g_lock;
-std::condition_variable g_changed;
-std::vector<Happening> g_log;
-volatile LONG g_sendAccept = 1;
-
-uint32_t K3_CALL OnSend(uint32_t, const void *message, void *block, uint32_t invokeId) {
-  Happening h;
-  h.kind = Happening::Sent;
-  h.invokeId = invokeId;
-  h.block = block;
-  h.msg = std::make_shared<CSTAMsg>();
-  // The library's object is valid during this call only: the link encodes it
-  // here, and the PBX works on what it decodes.
-  if (!message) h.decodeError = "the library passed no message";
-  else if (!k3s::RoundTrip(*static_cast<const CSTAMsg *>(message), *h.msg, h.ber, h.decodeError)) h.msg.reset();
-  std::lock_guard<std::mutex> l(g_lock);
-  g_log.push_back(std::move(h));
-  g_changed.notify_all();
-  return g_sendAccept ? 1 : 0;
-}
-
-uint32_t K3_CALL OnReply(uint32_t, uint32_t requestId, uint32_t result) {
-  Happening h;
-  h.kind = Happening::Reply;
-  h.requestId = requestId;
-  h.result = result;
-  std::lock_guard<std::mutex> l(g_lock);
-  g_log.push_back(std::move(h));
-  g_changed.notify_all();
-  return 1;
-}
-
-uint32_t K3_CALL OnEvent(uint32_t, uint32_t w0, uint32_t w1, uint32_t w2, uint32_t p3) {
-  Happening h;
-  h.kind = Happening::Event;
-  h.words[0] = w0, h.words[1] = w1, h.words[2] = w2;
-  h.param3 = p3;
-  std::lock_guard<std::mutex> l(g_lock);
-  g_log.push_back(std::move(h));
-  g_changed.notify_all();
-  return 0;
-}
-
-// ---------------------------------------------------------------------------
-// The library's exports.
-
-struct Dll {
-  HMODULE h = nullptr;
-  PFN_fn_vrt_lineOpenAndSelectExtVersion lineOpen = nullptr;
-  PFN_fn_vrt_lineDevSpecific devSpecific = nullptr;
-  PFN_fn_vrt_CSTAfromVorta fromVorta = nullptr;
-  PFN_fn_vrt_MonitorStart monitorStart = nullptr;
-  PFN_fn_vrt_MonitorStop monitorStop = nullptr;
-  PFN_fn_vrt_MonitorClear monitorClear = nullptr;
-  PFN_fn_DLL_GetVersionOfLib2 lib2 = nullptr;
-
-  template <class F>
-  bool Get(F &f, const char *name) {
-    f = reinterpret_cast<F>(reinterpret_cast<void *>(GetProcAddress(h, name)));
-    if (!f) std::printf("GetProcAddress(%s) failed: error %lu\n", name, GetLastError());
-    return f != nullptr;
-  }
-  bool Load(const char *path) {
-    h = LoadLibraryA(path);
-    if (!h) {
-      std::printf("LoadLibrary(%s) failed: error %lu\n", path, GetLastError());
-      return false;
-    }
-    return Get(lineOpen, "fn_vrt_lineOpenAndSelectExtVersion") & Get(devSpecific, "fn_vrt_lineDevSpecific") &
-           Get(fromVorta, "fn_vrt_CSTAfromVorta") & Get(monitorStart, "fn_vrt_MonitorStart") &
-           Get(monitorStop, "fn_vrt_MonitorStop") & Get(monitorClear, "fn_vrt_MonitorClear") &
-           Get(lib2, "fn_DLL_GetVersionOfLib2");
-  }
-};
 
 // ---------------------------------------------------------------------------
 // The runner.
@@ -154,7 +62,7 @@ struct EventSeen {
 
 class Runner {
  public:
-  Runner(Dll &dll, bool ber) : dll_(dll), ber_(ber) {}
+  Runner(K3Dll &dll, bool ber) : dll_(dll), ber_(ber) {}
 
   void Open(uint32_t version) {
     uint32_t r = dll_.lineOpen(0, version, OnReply, OnEvent, nullptr, OnSend, nullptr);
@@ -390,8 +298,7 @@ class Runner {
       auto it = requests_.find(who);
       if (it == requests_.end()) return Failed("$" + in.text + ": no such request"), false;
       k3s::Field raw;
-      const k3s::Field *f = k3s::FindField(*it->second->info, what);
-      if (!f && k3s::ParseRawField(what, raw)) f = &raw;
+      const k3s::Field *f = k3s::FieldOf(*it->second->info, what, raw);
       std::string text = k3s::GetField(it->second->block.get(), k3s::kBlockRoom, *f);
       if (f->kind == k3s::FieldKind::Text || f->kind == k3s::FieldKind::Octets) {
         std::string err;
@@ -413,33 +320,44 @@ class Runner {
       if (!Resolve(a.value, v)) return;
       a.value = v;
     }
-    const std::string &verb = s.words[0];
-    if (verb == "open") return Open(s.Has("version") ? uint32_t(s.Find("version")->value.number) : 0x00020000);
-    if (verb == "close") return Close();
-    if (verb == "note" || verb == "requires") return;
-    if (verb == "wait") return Settle(uint32_t(std::stoul(s.words[1])));
-    if (verb == "fetch") {
-      fetch_ = s.words[1] == "on";
-      return;
+    using K = k3s::StepKind;
+    switch (s.kind) {
+      case K::Open: return Open(s.Has("version") ? uint32_t(s.Find("version")->value.number) : 0x00020000);
+      case K::Close: return Close();
+      case K::Note:
+      case K::Requires: return;
+      case K::Wait: return Settle(uint32_t(std::stoul(s.words[1])));
+      case K::Fetch: fetch_ = s.words[1] == "on"; return;
+      case K::Link:
+        InterlockedExchange(&g_sendAccept, s.words[1] == "up" ? 1 : 0);
+        std::printf("  the host's send callback now %s messages\n", g_sendAccept ? "accepts" : "refuses");
+        return;
+      case K::MonitorStart:
+      case K::MonitorStop:
+      case K::MonitorClear: return Monitor(s);
+      case K::Request: return SendRequest(s);
+      case K::PbxInvoke: return PbxInvoke(s);
+      case K::PbxSilence:
+      case K::PbxTake: return PbxTake(s);
+      case K::PbxResult:
+      case K::PbxBare:
+      case K::PbxError:
+      case K::PbxReject: return PbxAnswer(s);
+      case K::ExpectNothingSent: return ExpectQuiet(pbx_, "message(s) to the PBX", s);
+      case K::ExpectNoEvent: return ExpectQuiet(events_, "event(s)", s);
+      case K::ExpectSent: return ExpectSent(s);
+      case K::ExpectEvent: return ExpectEvent(s);
+      case K::ExpectCompletion: return ExpectCompletion(s);
     }
-    if (verb == "link") {
-      InterlockedExchange(&g_sendAccept, s.words[1] == "up" ? 1 : 0);
-      std::printf("  the host's send callback now %s messages\n", g_sendAccept ? "accepts" : "refuses");
-      return;
-    }
-    if (verb == "monitor") return Monitor(s);
-    if (verb == "request") return SendRequest(s);
-    if (verb == "pbx") return Pbx(s);
-    if (verb == "expect") return Expect(s);
   }
 
   void Monitor(const Step &s) {
     uint32_t r;
-    if (s.words[1] == "start") {
+    if (s.kind == k3s::StepKind::MonitorStart) {
       const std::string &x = s.Find("xref")->value.text;
       AsnOcts xref(x.data(), x.size());
       r = dll_.monitorStart(0, s.words[2].c_str(), &xref);
-    } else if (s.words[1] == "stop") {
+    } else if (s.kind == k3s::StepKind::MonitorStop) {
       r = dll_.monitorStop(0, s.words[2].c_str());
     } else {
       r = dll_.monitorClear(0);
@@ -455,8 +373,7 @@ class Runner {
     for (const k3s::Arg &a : s.args) {
       if (a.key == "size") continue;
       k3s::Field raw;
-      const k3s::Field *f = k3s::FindField(*info, a.key);
-      if (!f && k3s::ParseRawField(a.key, raw)) f = &raw;
+      const k3s::Field *f = k3s::FieldOf(*info, a.key, raw);
       SValue v;
       std::string err;
       if (!Resolve(a.value, v)) return;
@@ -488,14 +405,27 @@ class Runner {
     if (sent && !r.completed) Settle(60);
   }
 
-  void Pbx(const Step &s) {
-    const std::string &what = s.words[1];
+  // An invocation of the PBX under the given id or the next of its own.
+  void PbxInvoke(const Step &s) {
+    uint32_t id = s.Has("invoke") ? uint32_t(s.Find("invoke")->value.number) : nextPbxInvoke_++;
     CSTAMsg out;
     std::string err;
-    if (what == "invoke") {
-      uint32_t id = s.Has("invoke") ? uint32_t(s.Find("invoke")->value.number) : nextPbxInvoke_++;
-      if (!k3s::BuildInvocation(s, id, out, err)) return Failed(err);
-    } else if (s.Has("invoke")) {
+    if (!k3s::BuildInvocation(s, id, out, err)) return Failed(err);
+    Deliver(out);
+  }
+
+  // The PBX takes the next queued message and answers nothing.
+  void PbxTake(const Step &s) {
+    Happening h;
+    if (!TakeQueued(s, h)) return;
+    MessageLine(s.kind == k3s::StepKind::PbxTake ? "  PBX takes" : "  PBX stays silent on", h);
+  }
+
+  // An answer to the next queued message, or under a given invoke id.
+  void PbxAnswer(const Step &s) {
+    CSTAMsg out;
+    std::string err;
+    if (s.Has("invoke")) {
       // An answer under a given invoke id leaves the queue alone; its
       // operation is that of the next queued message unless op= says it.
       WaitFor([&] { return !pbx_.empty(); }, 200);
@@ -503,20 +433,28 @@ class Runner {
       const CSTAMsg &like = !pbx_.empty() && pbx_.front().msg ? *pbx_.front().msg : none;
       if (!k3s::BuildAnswer(s, like, out, err)) return Failed(err);
     } else {
-      if (!WaitFor([&] { return !pbx_.empty(); }, 3000)) return Failed("nothing was sent to the PBX to answer");
-      Happening h = pbx_.front();
-      if (h.msg) lastTaken_ = k3s::FactsOf(*h.msg).invokeId;
-      // keep=1 answers and leaves the message for a later answer.
-      if (!(s.Has("keep") && s.Find("keep")->value.number)) pbx_.pop_front();
-      if (what == "silence" || what == "take") {
-        MessageLine(what == "take" ? "  PBX takes" : "  PBX stays silent on", h);
-        return;
-      }
+      Happening h;
+      if (!TakeQueued(s, h)) return;
       if (!h.msg) return Failed("the message to answer could not be decoded");
       if (!k3s::BuildAnswer(s, *h.msg, out, err)) return Failed(err);
     }
+    Deliver(out);
+  }
+
+  // The next message sent to the PBX; keep=1 leaves it queued for a later answer.
+  bool TakeQueued(const Step &s, Happening &h) {
+    if (!WaitFor([&] { return !pbx_.empty(); }, 3000)) return Failed("nothing was sent to the PBX to answer"), false;
+    h = pbx_.front();
+    if (h.msg) lastTaken_ = k3s::FactsOf(*h.msg).invokeId;
+    if (!(s.Has("keep") && s.Find("keep")->value.number)) pbx_.pop_front();
+    return true;
+  }
+
+  // Passes a message of the PBX to the library as the link would: encoded and decoded.
+  void Deliver(const CSTAMsg &out) {
     CSTAMsg decoded;
     std::vector<unsigned char> ber;
+    std::string err;
     if (!k3s::RoundTrip(out, decoded, ber, err)) return Failed("the PBX's message: " + err);
     Happening shown;
     shown.msg = std::make_shared<CSTAMsg>(decoded);
@@ -532,29 +470,30 @@ class Runner {
     return s.Has("within") ? uint32_t(s.Find("within")->value.number) * 1000u : dflt;
   }
 
-  void Expect(const Step &s) {
-    const std::string &what = s.words[1];
-    if (what == "nothing-sent") {
-      Settle(Within(s, 200));
-      if (pbx_.empty()) return std::printf("  ok\n"), Met();
-      return Failed(std::to_string(pbx_.size()) + " message(s) to the PBX were not expected");
-    }
-    if (what == "no-event") {
-      Settle(Within(s, 200));
-      if (events_.empty()) return std::printf("  ok\n"), Met();
-      return Failed(std::to_string(events_.size()) + " event(s) were not expected");
-    }
-    if (what == "sent") {
-      if (!WaitFor([&] { return !pbx_.empty(); }, Within(s, 2000))) return Failed("no message was sent to the PBX");
-      const Happening &h = pbx_.front();
-      if (!h.msg) return Failed("the message could not be decoded");
-      std::string err;
-      if (!k3s::CheckFacts(k3s::FactsOf(*h.msg), s, err)) return Failed("message to the PBX: " + err);
-      std::printf("  ok\n");
-      return Met();
-    }
-    if (what == "event") return ExpectEvent(s);
-    ExpectCompletion(s);
+  // The queue (messages to the PBX, or events) must still be empty after the time.
+  template <class Queue>
+  void ExpectQuiet(const Queue &queue, const char *what, const Step &s) {
+    Settle(Within(s, 200));
+    if (queue.empty()) return std::printf("  ok\n"), Met();
+    Failed(std::to_string(queue.size()) + " " + what + " were not expected");
+  }
+
+  void ExpectSent(const Step &s) {
+    if (!WaitFor([&] { return !pbx_.empty(); }, Within(s, 2000))) return Failed("no message was sent to the PBX");
+    const Happening &h = pbx_.front();
+    if (!h.msg) return Failed("the message could not be decoded");
+    std::string err;
+    if (!k3s::CheckFacts(k3s::FactsOf(*h.msg), s, err)) return Failed("message to the PBX: " + err);
+    std::printf("  ok\n");
+    Met();
+  }
+
+  // One expectation's verdict: met, or failed with every mismatch.
+  void Verdict(const std::string &what, const std::vector<std::string> &bad) {
+    if (bad.empty()) return std::printf("  ok\n"), Met();
+    std::string all;
+    for (const std::string &b : bad) all += (all.empty() ? "" : "; ") + b;
+    Failed(what + ": " + all);
   }
 
   void ExpectEvent(const Step &s) {
@@ -590,13 +529,7 @@ class Runner {
       }
       if (!k3s::FieldEquals(e.record.data(), k3s::kBlockRoom, *f, v, err)) bad.push_back("record " + err);
     }
-    if (!bad.empty()) {
-      std::string all;
-      for (const std::string &b : bad) all += (all.empty() ? "" : "; ") + b;
-      return Failed("event 0x" + k3s::HexOf(&type, 1) + ": " + all);
-    }
-    std::printf("  ok\n");
-    Met();
+    Verdict("event 0x" + k3s::HexOf(&type, 1), bad);
   }
 
   void ExpectCompletion(const Step &s) {
@@ -624,18 +557,11 @@ class Runner {
         continue;
       }
       k3s::Field raw;
-      const k3s::Field *f = k3s::FindField(*r.info, a.key);
-      if (!f && k3s::ParseRawField(a.key, raw)) f = &raw;
+      const k3s::Field *f = k3s::FieldOf(*r.info, a.key, raw);
       std::string err;
       if (!k3s::FieldEquals(r.block.get(), k3s::kBlockRoom, *f, v, err)) bad.push_back(err);
     }
-    if (!bad.empty()) {
-      std::string all;
-      for (const std::string &b : bad) all += (all.empty() ? "" : "; ") + b;
-      return Failed(r.name + ": " + all);
-    }
-    std::printf("  ok\n");
-    Met();
+    Verdict(r.name, bad);
   }
 
   static std::string Hex32(uint32_t v) {
@@ -644,7 +570,7 @@ class Runner {
     return b;
   }
 
-  Dll &dll_;
+  K3Dll &dll_;
   bool ber_;
   bool fetch_ = true;
   std::string file_, where_;
@@ -701,7 +627,7 @@ int main(int argc, char **argv) {
     k3s::ParseScenario(in, f, steps, errors);
     bool needsTimeout = false;
     for (const Step &s : steps)
-      if (s.words[0] == "requires") needsTimeout = true;
+      if (s.kind == k3s::StepKind::Requires) needsTimeout = true;
     if (needsTimeout && !withTimeout) {
       std::printf("skipping %s: it waits for the 90 s request time-out (run with --with-timeout)\n", f.c_str());
       continue;
@@ -713,7 +639,7 @@ int main(int argc, char **argv) {
     return 2;
   }
 
-  Dll dll;
+  K3Dll dll;
   if (!dll.Load(dllPath)) return 2;
   char version[64] = {0};
   dll.lib2(version);
@@ -725,6 +651,6 @@ int main(int argc, char **argv) {
     status = runner.Summary();
   }
   std::fflush(stdout);
-  FreeLibrary(dll.h);
+  dll.Unload();
   return status;
 }

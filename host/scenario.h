@@ -46,7 +46,37 @@ struct Arg {
   Value value;
 };
 
+// Every kind of step, by its first word and, where the first word has several,
+// its second. The reader finds the kind and checks the step for it; the runner
+// does what the kind says.
+enum class StepKind : uint8_t {
+  Note,  // also "a step of no kind": it does nothing
+  Open,
+  Close,
+  Link,
+  Fetch,
+  Requires,
+  Wait,
+  MonitorStart,
+  MonitorStop,
+  MonitorClear,
+  Request,
+  PbxResult,
+  PbxBare,
+  PbxError,
+  PbxReject,
+  PbxSilence,
+  PbxTake,
+  PbxInvoke,
+  ExpectNothingSent,
+  ExpectNoEvent,
+  ExpectSent,
+  ExpectEvent,
+  ExpectCompletion,
+};
+
 struct Step {
+  StepKind kind = StepKind::Note;
   std::string file;
   int line = 0;
   std::string source;               // the line as written, trimmed
@@ -92,6 +122,8 @@ const StructInfo *StructureByCode(uint16_t type);
 const Field *FindField(const StructInfo &s, const std::string &name);
 // A field given by position: "@offset:u8|u16|u32" or "@offset:text:width".
 bool ParseRawField(const std::string &key, Field &out);
+// A field by name, or else by position (written into raw); null when neither.
+const Field *FieldOf(const StructInfo &s, const std::string &key, Field &raw);
 
 // Writes v into block (of room bytes) at the field. Texts are NUL-terminated
 // and must leave room for the terminator. False with err when it does not fit.

@@ -24,7 +24,7 @@
 
 #include "csta3_model.h"
 #include "host/scenario.h"
-#include "k3_dll.h"
+#include "host/k3_dll.h"
 
 using namespace CSTA3V6;
 
@@ -96,20 +96,12 @@ double PingPongRate(uint32_t n) {
   return n / Seconds(t0, t1);
 }
 
-uint32_t ArgNumber(int argc, char **argv, const char *name, uint32_t dflt) {
-  for (int i = 1; i + 1 < argc; ++i)
-    if (std::strcmp(argv[i], name) == 0) return uint32_t(std::strtoul(argv[i + 1], nullptr, 0));
-  return dflt;
-}
-
 }  // namespace
 
 int main(int argc, char **argv) {
   // Inbound answers need distinct pending invoke ids: at most 32768 at a time.
   const uint32_t n = std::min<uint32_t>(std::max<uint32_t>(ArgNumber(argc, argv, "--count", 20000), 100), 30000);
-  const char *dllPath = "Kestrel3.dll";
-  for (int i = 1; i + 1 < argc; ++i)
-    if (std::strcmp(argv[i], "--dll") == 0) dllPath = argv[i + 1];
+  const char *dllPath = ArgText(argc, argv, "--dll", "Kestrel3.dll");
   std::setvbuf(stdout, nullptr, _IOLBF, 1 << 16);
 
   K3Dll dll;

@@ -26,7 +26,7 @@
 #include "host/scenario.h"
 #include "kestrel3.h"
 #include "kestrel3_structures.h"
-#include "tests/soak/k3_dll.h"
+#include "host/k3_dll.h"
 
 namespace {
 

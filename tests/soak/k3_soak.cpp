@@ -38,7 +38,7 @@
 
 #include "csta3_model.h"
 #include "host/scenario.h"
-#include "k3_dll.h"
+#include "host/k3_dll.h"
 
 using namespace CSTA3V6;
 
@@ -459,12 +459,6 @@ uint64_t PrivateBytes(uint64_t *reported = nullptr) {
   return sum;
 }
 
-uint32_t ArgNumber(int argc, char **argv, const char *name, uint32_t dflt) {
-  for (int i = 1; i + 1 < argc; ++i)
-    if (std::strcmp(argv[i], name) == 0) return uint32_t(std::strtoul(argv[i + 1], nullptr, 0));
-  return dflt;
-}
-
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -476,9 +470,7 @@ int main(int argc, char **argv) {
   g_inlineShare = ArgNumber(argc, argv, "--inline", 8);
   g_closeShare = ArgNumber(argc, argv, "--closes", 2500);
   g_replyCallback = OnReply;
-  const char *dllPath = "Kestrel3.dll";
-  for (int i = 1; i + 1 < argc; ++i)
-    if (std::strcmp(argv[i], "--dll") == 0) dllPath = argv[i + 1];
+  const char *dllPath = ArgText(argc, argv, "--dll", "Kestrel3.dll");
   std::setvbuf(stdout, nullptr, _IOLBF, 1 << 16);
 
   if (!LoadPlans()) return 2;
