@@ -1,9 +1,11 @@
 // k3-scenario, portable half: names of result codes, events and operations,
 // the fields of event headers and how the runner fetches an event's record.
+#include "csta3_names.h"
 #include "host/scenario_detail.h"
 
 namespace k3s {
 
+using namespace CSTA3V6;
 using namespace detail;
 
 const char *ResultName(uint32_t r) {
