@@ -9,8 +9,9 @@
 //          (AnswerKind in link/engine.h)
 //
 // The dispatcher checks the size and picks the line before the encoder runs.
-// The table has no dependencies, so that programs that only need the names
-// and sizes (the scenario runner) can expand it themselves.
+// The table needs nothing but the public structures, so that programs that
+// only need the names and sizes (kRequestTypeNames below) do not link the
+// bridge.
 #ifndef K3_BRIDGE_REQUEST_TYPES_H
 #define K3_BRIDGE_REQUEST_TYPES_H
 
@@ -57,5 +58,24 @@
   X(SEND_DATA, K3_SIZE_SEND_DATA, EncSendData, Caller, General)                                  \
   X(GET_STORED_RECORD_2, K3_ANY_SIZE, EncFetchDataRecord, Local, General)                        \
   X(GET_PHYSICAL_DEVICE_INFO, K3_SIZE_PHYSICAL_DEVICE_INFO, EncPhysicalDeviceInfo, Zero, General)
+
+#ifdef __cplusplus
+#include <cstdint>
+
+namespace k3 {
+
+// The code, name and size of every type, for programs that do not link the
+// bridge (the scenario runner).
+struct RequestTypeName {
+  uint16_t code;
+  const char *name;  // without the DS_ prefix
+  uint32_t size;     // K3_ANY_SIZE for any size of 2 or more
+};
+#define K3_REQUEST_TYPE_NAME(name, size, encoder, line, answer) {DS_##name, #name, size},
+inline constexpr RequestTypeName kRequestTypeNames[] = {K3_REQUEST_TYPES(K3_REQUEST_TYPE_NAME)};
+#undef K3_REQUEST_TYPE_NAME
+
+}  // namespace k3
+#endif
 
 #endif
