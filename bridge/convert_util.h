@@ -10,6 +10,13 @@
 
 #include "csta3_model.h"
 #include "csta3/private/private_data.h"
+#include "kestrel3_structures.h"
+
+// Offset and width of a field of a packed public structure
+// (kestrel3_structures.h): the one place the byte layouts are written down.
+#define K3_AT(type, field) offsetof(type, field)
+#define K3_WIDTH(type, field) sizeof(static_cast<type *>(nullptr)->field)
+#define K3_FIELD(type, field) K3_AT(type, field), K3_WIDTH(type, field)
 
 namespace k3 {
 

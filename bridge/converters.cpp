@@ -6,6 +6,7 @@
 
 #include "bridge/convert_util.h"
 #include "bridge/events.h"
+#include "csta3/private/amhost_ids.h"
 #include "kestrel3.h"
 #include "kestrel3_structures.h"
 #include "link/request.h"
@@ -17,9 +18,6 @@ using namespace CSTA3V6;
 namespace {
 
 OutBytes Reply(const PendingRequest &r) { return OutBytes{r.block, r.block ? r.size : 0}; }
-
-// The agent identifier field of 0x82 (and 0x83): four bytes at 15.
-constexpr size_t kAgentIdWidth = 4;
 
 // Writes the octets of an element (kinds 2 and 4) as the text of a field.
 void PutElementText(const OutBytes &out, size_t at, size_t width, const AMHOST_Element *e) {
@@ -37,42 +35,42 @@ void ConvertAmhostResult(uint32_t, const PendingRequest &request, const PrivateD
   uint32_t status = K3_RESULT_SUCCESS;
   switch (request.structType) {
     case DS_AMHOST_8_2: {  // time: three one-octet values, widened
-      const AMHOST_Element *e = amhost.Find(248);
+      const AMHOST_Element *e = amhost.Find(AMHOST_ID_TIME);
       if (!e) {
         status = K3_RESULT_ANSWER_INVALID;
         break;
       }
-      out.U16(2, e->triple[0]);
-      out.U16(4, e->triple[1]);
-      out.U16(6, e->triple[2]);
+      out.U16(K3_AT(K3_DS_AMHOST_8, wValue1), e->triple[0]);
+      out.U16(K3_AT(K3_DS_AMHOST_8, wValue2), e->triple[1]);
+      out.U16(K3_AT(K3_DS_AMHOST_8, wValue3), e->triple[2]);
       break;
     }
     case DS_AMHOST_1_2:  // station data: device, name, PIN, number
-      PutElementText(out, 2, K3_DEVICE_LEN, amhost.Find(211));
-      PutElementText(out, 11, K3_NAME_LEN, amhost.Find(163));
-      PutElementText(out, 44, K3_NAME_LEN, amhost.Find(165));
-      PutElementText(out, 77, K3_NAME_LEN, amhost.Find(162));
-      out.Byte(110, 0);
+      PutElementText(out, K3_FIELD(K3_DS_AMHOST_1_2, szDevice), amhost.Find(AMHOST_ID_DEVICE));
+      PutElementText(out, K3_FIELD(K3_DS_AMHOST_1_2, szText1), amhost.Find(AMHOST_ID_NAME));
+      PutElementText(out, K3_FIELD(K3_DS_AMHOST_1_2, szText2), amhost.Find(AMHOST_ID_PIN));
+      PutElementText(out, K3_FIELD(K3_DS_AMHOST_1_2, szText3), amhost.Find(AMHOST_ID_SUBSCRIBER_NUMBER));
+      out.Byte(K3_AT(K3_DS_AMHOST_1_2, szText4), 0);
       break;
     case DS_AMHOST_6_2_A:  // group name
-      PutElementText(out, 11, K3_NAME_LEN, amhost.Find(163));
+      PutElementText(out, K3_FIELD(K3_DS_DEVICE_NAME, szName), amhost.Find(AMHOST_ID_NAME));
       break;
     case DS_AMHOST_6_2_B: {  // features: the bit of value 16
-      const AMHOST_Element *e = amhost.Find(230);
+      const AMHOST_Element *e = amhost.Find(AMHOST_ID_FEATURES);
       if (!e) {
         status = K3_RESULT_ANSWER_INVALID;
         break;
       }
-      out.Byte(11, (e->intValue.value & 16) ? 1 : 0);
+      out.Byte(K3_AT(K3_DS_AMHOST_6, bFlag), (e->intValue.value & 16) ? 1 : 0);
       break;
     }
     case DS_AMHOST_6_2_C: {  // features2: bit 7, valid only when its validity bit is set
-      const AMHOST_Element *e = amhost.Find(231);
+      const AMHOST_Element *e = amhost.Find(AMHOST_ID_FEATURES2);
       if (!e || !e->bits2.GetBit(7)) {
         status = K3_RESULT_ANSWER_INVALID;
         break;
       }
-      out.Byte(11, e->bits1.GetBit(7) ? 1 : 0);
+      out.Byte(K3_AT(K3_DS_AMHOST_6, bFlag), e->bits1.GetBit(7) ? 1 : 0);
       break;
     }
     case DS_AMHOST_10_2: {  // server flag: bit 0 of octet 14 of a 16-octet answer
@@ -81,7 +79,7 @@ void ConvertAmhostResult(uint32_t, const PendingRequest &request, const PrivateD
         status = K3_RESULT_ANSWER_INVALID;
         break;
       }
-      out.Byte(2, uint8_t(raw.Octs()[14]) & 1);
+      out.Byte(K3_AT(K3_DS_FLAG, bFlag), uint8_t(raw.Octs()[14]) & 1);
       break;
     }
     case DS_RESERVED_47:
@@ -93,7 +91,7 @@ void ConvertAmhostResult(uint32_t, const PendingRequest &request, const PrivateD
 }
 
 void ConvertAmhostRefusal(uint32_t, const PendingRequest &request, const AMHOST &amhost) {
-  const AMHOST_Element *cause = amhost.Find(173);
+  const AMHOST_Element *cause = amhost.Find(AMHOST_ID_CAUSE);
   int32_t v = cause ? cause->intValue.value : -1;
   ReplyToPending(request, (v == 49 || v == 60 || v == 84) ? K3_RESULT_PBX_REFUSED : K3_RESULT_BAD_VALUE);
 }
@@ -109,16 +107,16 @@ void ConvertMaintReference(uint32_t line, const PendingRequest &request, const M
   static_assert(K3_MAX_REFERENCES == 256, "one entry per one-byte reference");
   auto &references = Line(line).maintSessions;
   if (std::find(references.begin(), references.end(), reference) == references.end()) references.push_back(reference);
-  out.Byte(4, reference);
+  out.Byte(K3_AT(K3_DS_MAINT_KIND3, bReference), reference);
   if (maint.hasDate) {
-    out.U16(5, maint.date[0]);
-    out.U16(7, maint.date[1]);
-    out.U16(9, WidenYear(maint.date[2]));
+    out.U16(K3_AT(K3_DS_MAINT_KIND3, wDay), maint.date[0]);
+    out.U16(K3_AT(K3_DS_MAINT_KIND3, wMonth), maint.date[1]);
+    out.U16(K3_AT(K3_DS_MAINT_KIND3, wYear), WidenYear(maint.date[2]));
   }
   if (maint.hasTime) {
-    out.U16(11, maint.time[0]);
-    out.U16(13, maint.time[1]);
-    out.U16(15, maint.time[2]);
+    out.U16(K3_AT(K3_DS_MAINT_KIND3, wHour), maint.time[0]);
+    out.U16(K3_AT(K3_DS_MAINT_KIND3, wMinute), maint.time[1]);
+    out.U16(K3_AT(K3_DS_MAINT_KIND3, wSecond), maint.time[2]);
   }
   ReplyToPending(request, K3_RESULT_SUCCESS);
 }
@@ -126,10 +124,10 @@ void ConvertMaintReference(uint32_t line, const PendingRequest &request, const M
 void ConvertMaintLoopData(uint32_t, const PendingRequest &request, const MAINT &maint) {
   OutBytes out = Reply(request);
   if (const AsnOcts *data = maint.loopData) {
-    // The octets first, so that the length byte is what stays at 53 even when
-    // the data is long enough to reach it.
-    for (size_t i = 0; i < data->Len(); ++i) out.Byte(2 + i, uint8_t(data->Octs()[i]));
-    out.Byte(53, uint8_t(data->Len()));
+    // The octets first, so that the length byte is what stays in its place
+    // even when the data is long enough to reach it.
+    for (size_t i = 0; i < data->Len(); ++i) out.Byte(K3_AT(K3_DS_MAINT_KIND1, abData) + i, uint8_t(data->Octs()[i]));
+    out.Byte(K3_AT(K3_DS_MAINT_KIND1, bDataLength), uint8_t(data->Len()));
   }
   ReplyToPending(request, K3_RESULT_SUCCESS);
 }
@@ -137,7 +135,7 @@ void ConvertMaintLoopData(uint32_t, const PendingRequest &request, const MAINT &
 void ConvertStateFlag(uint32_t line, const PendingRequest &request, const ACL2 &acl) {
   uint8_t flag = acl.OperationCode() == ACL_ACT_STARTACK ? 1 : 0;
   Line(line).stateFlag = flag;
-  Reply(request).U32(2, flag);
+  Reply(request).U32(K3_AT(K3_DS_ACL2_1_192, dwStateFlag), flag);
   ReplyToPending(request, K3_RESULT_SUCCESS);
 }
 
@@ -159,20 +157,20 @@ void ConvertCdrStop(uint32_t line, const PendingRequest &request) {
   ReplyToPending(request, K3_RESULT_SUCCESS);
 }
 
-// Only the first entry of the list counts: its agent identifier at 15 and
-// the state of its first agent-information entry at 11 (0..4 as they are,
-// anything else 0xFFFFFFFF).
+// Only the first entry of the list counts: its agent identifier and the
+// state of its first agent-information entry (0..4 as they are, anything
+// else 0xFFFFFFFF).
 void ConvertAgentState(uint32_t, const PendingRequest &request, const GetAgentStateResult &result) {
   OutBytes out = Reply(request);
   if (result.agentStateList && result.agentStateList->First()) {
     const AgentStateEntry &entry = result.agentStateList->First()->elmt;
     if (entry.agentID)
-      out.Field(15, kAgentIdWidth, entry.agentID->Octs(), entry.agentID->Len());
+      out.Field(K3_FIELD(K3_DS_AGENT_STATE, szAgentId), entry.agentID->Octs(), entry.agentID->Len());
     else
-      out.Byte(15, 0);
+      out.Byte(K3_AT(K3_DS_AGENT_STATE, szAgentId), 0);
     if (entry.agentInfo && entry.agentInfo->First()) {
       int32_t state = entry.agentInfo->First()->elmt.agentState.value;
-      out.U32(11, (state >= 0 && state <= 4) ? uint32_t(state) : 0xFFFFFFFFu);
+      out.U32(K3_AT(K3_DS_AGENT_STATE, dwState), (state >= 0 && state <= 4) ? uint32_t(state) : 0xFFFFFFFFu);
     }
   }
   ReplyToPending(request, K3_RESULT_SUCCESS);
@@ -188,7 +186,7 @@ void ConvertDeviceInfo(uint32_t, const PendingRequest &request, const GetPhysica
       default: kind = 3; break;
     }
   }
-  Reply(request).U32(11, kind);
+  Reply(request).U32(K3_AT(K3_DS_PHYSICAL_DEVICE_INFO, dwDeviceClass), kind);
   ReplyToPending(request, K3_RESULT_SUCCESS);
 }
 
@@ -220,7 +218,7 @@ void ConvertListPart(uint32_t line, const AMHOST &amhost, bool fromInvocation, u
   EventDataRecord *list = FindEventData(line, state.listQueryHandle);
   if (!list || list->Type() != kListRecordType) return;
   for (const AMHOST_Element &e : amhost.elements) {
-    if (e.id != 211) continue;
+    if (e.id != AMHOST_ID_DEVICE) continue;
     if (list->texts.size() >= K3_MAX_LIST_ENTRIES) {
       ReportLimitOnce(line, kLimitListEntries, "List answer cut: the list holds the most entries it can count");
       break;
@@ -240,9 +238,10 @@ void ConvertListPart(uint32_t line, const AMHOST &amhost, bool fromInvocation, u
   const PendingRequest answered = *query;
   uint16_t count = list->U16(EventDataRecord::kListCount);
   OutBytes out = Reply(answered);
-  out.U32(11, list->Sequence());
-  out.U16(15, count);
-  out.U32(17, 9u * count + 8u);
+  out.U32(K3_AT(K3_DS_AMHOST_7_2, dwSequence), list->Sequence());
+  out.U16(K3_AT(K3_DS_AMHOST_7_2, wCount), count);
+  out.U32(K3_AT(K3_DS_AMHOST_7_2, dwNeeded),
+          uint32_t(K3_WIDTH(K3_DS_GET_STORED_LIST, szEntry[0]) * count + K3_AT(K3_DS_GET_STORED_LIST, szEntry)));
   // Off the list (so the sweep cannot complete it again) before the host
   // hears of it: its reply callback may reset the line or start the next query.
   state.pending.erase(query);

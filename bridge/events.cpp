@@ -15,8 +15,6 @@ namespace k3 {
 
 using namespace CSTA3V6;
 
-static_assert(cdrrec::kInvokeId == EventDataRecord::kCdrInvokeId, "the CDR answer reads the invoke id here");
-
 namespace {
 
 // The 12-byte header of an event: type code, then per event.
@@ -26,19 +24,19 @@ struct Header {
   OutBytes Out() { return OutBytes{bytes, sizeof bytes}; }
 };
 
-// Stores the record under its type and raises the header of a stored event:
-// the sequence number at 2, the parameter at 6 and two text bytes at 10.
+// Stores the record under its type and raises the header of a stored event
+// (K3_EVENT_HEADER): the sequence number, the parameter and two text bytes.
 void StoreAndRaise(uint32_t line, EventDataRecord &record, uint16_t recordType, uint16_t eventType, uint32_t param,
                    const uint8_t *text2 = nullptr) {
   if (!g_callbacks.event) return;
   record.SetU16(EventDataRecord::kType, recordType);
   uint32_t sequence = StoreEventData(line, record);
   Header h(eventType);
-  h.Out().U32(2, sequence);
-  h.Out().U32(6, param);
+  h.Out().U32(K3_AT(K3_EVENT_HEADER, dwSequence), sequence);
+  h.Out().U32(K3_AT(K3_EVENT_HEADER, dwParam), param);
   if (text2) {
-    h.bytes[10] = text2[0];
-    h.bytes[11] = text2[0] ? text2[1] : 0;
+    h.Out().Byte(K3_AT(K3_EVENT_HEADER, acText), text2[0]);
+    h.Out().Byte(K3_AT(K3_EVENT_HEADER, acText) + 1, text2[0] ? text2[1] : 0);
   }
   RaiseEventHeader(line, h.bytes);
 }
@@ -82,15 +80,15 @@ uint32_t AgentKind(const LogicalDeviceFeatureEvents &ev, AgentFields &f) {
 }
 
 void RaiseAgentRecord(uint32_t line, const AgentFields &f, uint32_t kind, uint32_t privateState, uint32_t param) {
-  using namespace agentrec;
+  using R = K3_EVENT_AGENT_RECORD;
   EventDataRecord record;
   OutBytes body = Body(record);
-  body.Field(kDevice, kDeviceWidth, f.device);
-  body.Field(kAgentId, kAgentIdWidth, f.agentId);
-  body.U32(kKind, kind);
-  body.U32(kPrivateState, privateState);
-  body.Field(kAcdGroup, kEventRecordSize - kAcdGroup, f.acdGroup);
-  StoreAndRaise(line, record, DS_EVENT_AGENT, DS_EVENT_AGENT, param, record.bytes + kAgentId);
+  body.Field(K3_FIELD(R, szDevice), f.device);
+  body.Field(K3_FIELD(R, szAgentId), f.agentId);
+  body.U32(K3_AT(R, dwKind), kind);
+  body.U32(K3_AT(R, dwPrivateState), privateState);
+  body.Field(K3_FIELD(R, szAcdGroup), f.acdGroup);
+  StoreAndRaise(line, record, DS_EVENT_AGENT, DS_EVENT_AGENT, param, record.bytes + K3_AT(R, szAgentId));
 }
 
 }  // namespace
@@ -166,8 +164,9 @@ void OnStartDataPath(uint32_t line, const ROIVapdu &invoke) {
   if (!SendAnswer(line, kOpStartDataPath, result.release(), invoke)) return;
 
   Header h(DS_EVENT_DATA_PATH_STARTED);
-  h.bytes[2] = value;
-  if (device.size() < 9) h.Out().Text(3, device.data(), device.size());
+  h.Out().Byte(K3_AT(K3_EVENT_PATH_STARTED, bValue), value);
+  if (device.size() < K3_WIDTH(K3_EVENT_PATH_STARTED, szDevice))
+    h.Out().Field(K3_FIELD(K3_EVENT_PATH_STARTED, szDevice), device.data(), device.size());
   RaiseEventHeader(line, h.bytes);
 }
 
@@ -185,8 +184,8 @@ void OnSendData(uint32_t line, const ROIVapdu &invoke) {
 
   EventDataRecord record;
   OutBytes body = Body(record);
-  body.Field(datarec::kDevice, datarec::kDeviceWidth, device);
-  body.Field(datarec::kData, kEventRecordSize - datarec::kData, arg->ioData.Octs(), arg->ioData.Len());
+  body.Field(K3_FIELD(K3_EVENT_DATA_RECORD, szDevice), device);
+  body.Field(K3_FIELD(K3_EVENT_DATA_RECORD, szData), arg->ioData.Octs(), arg->ioData.Len());
   // The received data travels in a record of the CDR record's type.
   StoreAndRaise(line, record, DS_EVENT_CDR_RECORD, DS_EVENT_DATA_RECEIVED, 0);
 }
@@ -198,7 +197,7 @@ void OnStopDataPath(uint32_t line, const ROIVapdu &invoke) {
   auto path = FindPath(line, arg->ioCrossRefID);
   if (path == paths.end()) return;
   Header h(DS_EVENT_DATA_PATH_STOPPED);
-  h.Out().Text(2, path->device.data(), path->device.size());
+  h.Out().Field(K3_FIELD(K3_EVENT_PATH_STOPPED, szDevice), path->device.data(), path->device.size());
   paths.erase(path);
   RaiseEventHeader(line, h.bytes);
 }
@@ -222,7 +221,7 @@ void PutTimeStamp(const OutBytes &body, const AsnOcts &time) {
       if (c < '0' || c > '9') return;
       v = v * 10 + uint32_t(c - '0');
     }
-    body.U16(cdrrec::kTimeStamp + 2 * i, uint16_t(v));
+    body.U16(K3_AT(K3_EVENT_CDR_RECORD, awTimeStamp) + 2 * i, uint16_t(v));
     at += kWidths[i];
   }
 }
@@ -245,27 +244,27 @@ uint8_t SupplServiceBits(const AsnBits *b) {
   return v;
 }
 
+using Cdr = K3_EVENT_CDR_RECORD;
+
 void PutCharging(const OutBytes &body, const ChargingInfo *info) {
-  using namespace cdrrec;
   if (!info) return;
-  body.U32(kChargingPresent, 1);
+  body.U32(K3_AT(Cdr, dwChargingPresent), 1);
   const NumberUnits *units = info->numberUnits;
   if (!units || !units->alternative) return;
   if (units->choiceId == NumberUnits::numberOfCurrencyUnitsCid) {
     const NumberOfCurrencyUnits &c = *units->numberOfCurrencyUnits;
-    body.Field(kChargingText, kChargingTextWidth, c.currencyType.Octs(), c.currencyType.Len());
-    body.U32(kChargingValue, uint32_t(c.currencyAmount.value));
+    body.Field(K3_FIELD(Cdr, szChargingText), c.currencyType.Octs(), c.currencyType.Len());
+    body.U32(K3_AT(Cdr, dwChargingValue), uint32_t(c.currencyAmount.value));
     int32_t m = c.currencyMultiplier.value;
-    body.U32(kChargingKind, (m >= 0 && m <= 6) ? uint32_t(m) : 0xFFFFFFFFu);
+    body.U32(K3_AT(Cdr, dwChargingKind), (m >= 0 && m <= 6) ? uint32_t(m) : 0xFFFFFFFFu);
   } else if (units->numberOfChargeUnits->First()) {
     const NumberOfChargingUnitsSeq &e = units->numberOfChargeUnits->First()->elmt;
-    if (e.typeOfUnits) body.Field(kChargingText, kChargingTextWidth, e.typeOfUnits->Octs(), e.typeOfUnits->Len());
-    body.U32(kChargingValue, uint32_t(e.chargingUnits.value));
+    if (e.typeOfUnits) body.Field(K3_FIELD(Cdr, szChargingText), e.typeOfUnits->Octs(), e.typeOfUnits->Len());
+    body.U32(K3_AT(Cdr, dwChargingValue), uint32_t(e.chargingUnits.value));
   }
 }
 
 void PutItem(const OutBytes &body, const CDRInformationItem &item) {
-  using namespace cdrrec;
   if (item.recordCreationTime.Len()) PutTimeStamp(body, item.recordCreationTime);
   const std::string devices[7] = {
       PartyText(item.callingDevice),        PartyText(item.calledDevice),
@@ -273,15 +272,16 @@ void PutItem(const OutBytes &body, const CDRInformationItem &item) {
       PartyText(item.networkCallingDevice), PartyText(item.networkCalledDevice),
       item.accessCode ? CText(*item.accessCode) : std::string(),
   };
-  for (size_t i = 0; i < 7; ++i) body.Field(kCalling + i * kDeviceWidth, kDeviceWidth, devices[i]);
+  constexpr size_t kWidth = K3_WIDTH(Cdr, aszDevice[0]);
+  for (size_t i = 0; i < 7; ++i) body.Field(K3_AT(Cdr, aszDevice) + i * kWidth, kWidth, devices[i]);
   const MediaCallCharacteristics *media = item.mediaCallCharacteristics;
-  body.U32(kMediaClass, (media && media->mediaClass && media->mediaClass->GetBit(1)) ? 1 : 0);
-  body.U32(kTariffTable, IntOr0(item.tariffTable));
-  body.U32(kDuration, IntOr0(item.connectionDuration));
-  body.U32(kCarrier, IntOr0(item.carrier));
-  body.U32(kSelectedRoute, IntOr0(item.selectedRoute));
-  body.Byte(kSupplService, SupplServiceBits(item.supplServiceInfo));
-  if (item.accountInfo) body.Field(kAccountInfo, kTextWidth, CText(*item.accountInfo));
+  body.U32(K3_AT(Cdr, dwMediaClass), (media && media->mediaClass && media->mediaClass->GetBit(1)) ? 1 : 0);
+  body.U32(K3_AT(Cdr, dwTariffTable), IntOr0(item.tariffTable));
+  body.U32(K3_AT(Cdr, dwDuration), IntOr0(item.connectionDuration));
+  body.U32(K3_AT(Cdr, dwCarrier), IntOr0(item.carrier));
+  body.U32(K3_AT(Cdr, dwSelectedRoute), IntOr0(item.selectedRoute));
+  body.Byte(K3_AT(Cdr, bSupplService), SupplServiceBits(item.supplServiceInfo));
+  if (item.accountInfo) body.Field(K3_FIELD(Cdr, szAccountInfo), CText(*item.accountInfo));
   PutCharging(body, item.chargingInfo);
 }
 
@@ -290,7 +290,6 @@ uint8_t FirstOctet(const AsnOcts &o) { return (o.Len() && o.Octs()) ? uint8_t(o.
 }  // namespace
 
 void OnCdrReport(uint32_t line, const ROIVapdu &invoke) {
-  using namespace cdrrec;
   const auto *arg = dynamic_cast<const CDRReportArgument *>(invoke.argument);
   if (!arg) return;
   EventDataRecord record;
@@ -302,11 +301,11 @@ void OnCdrReport(uint32_t line, const ROIVapdu &invoke) {
   if (const OfficePrivateDataElement *e = OfficeElement(arg->extensions, OfficePrivateDataElement::cdrExtensionsCid)) {
     const PrivCdrExtensions &x = *e->cdrExtensions;
     minutes = FirstOctet(x.firstTime) * 60u + FirstOctet(x.secondTime);
-    body.Field(kText1, kTextWidth, x.firstText.Octs(), x.firstText.Len());
-    body.Field(kText2, kTextWidth, x.secondText.Octs(), x.secondText.Len());
+    body.Field(K3_FIELD(Cdr, szText1), x.firstText.Octs(), x.firstText.Len());
+    body.Field(K3_FIELD(Cdr, szText2), x.secondText.Octs(), x.secondText.Len());
   }
-  body.U32(kMinutes, minutes);
-  body.U32(kInvokeId, uint32_t(invoke.invokeID.value));
+  body.U32(K3_AT(Cdr, dwMinutes), minutes);
+  body.U32(K3_AT(Cdr, dwInvokeId), uint32_t(invoke.invokeID.value));
   StoreAndRaise(line, record, DS_EVENT_CDR_RECORD, DS_EVENT_CDR_RECORD, 0);
 }
 
@@ -319,14 +318,15 @@ void RaiseReferenceEvent(uint32_t line, const MAINT &maint) {
   if (std::find(sessions.begin(), sessions.end(), reference) == sessions.end()) return;
   Header h(DS_EVENT_REFERENCE);
   OutBytes out = h.Out();
-  out.Byte(2, reference);
+  using E = K3_EVENT_REFERENCE;
+  out.Byte(K3_AT(E, bReference), reference);
   if (maint.hasDate) {
-    out.U16(3, uint16_t((maint.date[0] & 31) | ((maint.date[1] & 15) << 5)));
-    out.U16(5, WidenYear(maint.date[2]));
+    out.U16(K3_AT(E, wDate), uint16_t((maint.date[0] & 31) | ((maint.date[1] & 15) << 5)));
+    out.U16(K3_AT(E, wYear), WidenYear(maint.date[2]));
   }
   if (maint.hasTime) {
-    out.U16(7, uint16_t((maint.time[0] & 31) | ((maint.time[1] & 63) << 5)));
-    out.U16(9, uint16_t(maint.time[2] & 63));
+    out.U16(K3_AT(E, wTime), uint16_t((maint.time[0] & 31) | ((maint.time[1] & 63) << 5)));
+    out.U16(K3_AT(E, wSecond), uint16_t(maint.time[2] & 63));
   }
   RaiseEventHeader(line, h.bytes);
 }

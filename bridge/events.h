@@ -4,7 +4,8 @@
 //
 // An event either stores a 432-byte event-data record (types 0x32, 0x81 and
 // 0x94) and raises a 12-byte header carrying its sequence number, or raises
-// a header only (0x13, 0x92, 0x96). Without an event callback nothing is
+// a header only (0x13, 0x92, 0x96). The layouts of records and headers are
+// the K3_EVENT_... structures of kestrel3_structures.h. Without an event callback nothing is
 // stored or raised; the answers to the PBX are sent all the same.
 //
 // Choices made where the PBX's protocol leaves room:
@@ -31,28 +32,6 @@
 #include "csta3/private/private_data.h"
 
 namespace k3 {
-
-// Byte positions of the event records' bodies (inside the 432-byte record).
-namespace agentrec {
-constexpr size_t kDevice = 24, kDeviceWidth = 9;
-constexpr size_t kAgentId = 33, kAgentIdWidth = 7;
-constexpr size_t kKind = 40, kPrivateState = 44, kAcdGroup = 48;
-}  // namespace agentrec
-
-namespace cdrrec {
-constexpr size_t kTimeStamp = 24;
-constexpr size_t kCalling = 40, kDeviceWidth = 33;  // seven texts of 33 bytes from here
-constexpr size_t kMediaClass = 271, kTariffTable = 275, kDuration = 279, kCarrier = 283, kSelectedRoute = 287;
-constexpr size_t kSupplService = 291, kAccountInfo = 292;
-constexpr size_t kChargingPresent = 325, kChargingText = 329, kChargingTextWidth = 17;
-constexpr size_t kChargingValue = 346, kChargingKind = 350;
-constexpr size_t kMinutes = 358, kText1 = 362, kText2 = 395, kTextWidth = 33;
-constexpr size_t kInvokeId = 428;
-}  // namespace cdrrec
-
-namespace datarec {
-constexpr size_t kDevice = 24, kDeviceWidth = 9, kData = 33;
-}  // namespace datarec
 
 void OnAgentEvent(uint32_t line, const CSTA3V6::LogicalDeviceFeatureEvents &event, const CSTA3V6::AsnOcts &crossRefId);
 void OnMonitoredAgentEvent(uint32_t line, const CSTA3V6::LogicalDeviceFeatureEvents &event,

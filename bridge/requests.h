@@ -6,6 +6,9 @@
 
 #include <cstdint>
 
+#include "bridge/request_types.h"
+#include "link/engine.h"
+
 namespace k3 {
 
 // What an encoder returns (signed 32-bit). Values 32768..65535 are the invoke
@@ -24,6 +27,20 @@ enum EncoderResult : int32_t {
   kEncAnsweredRecord2 = static_cast<int32_t>(0xFFFF0009u),
 };
 
+// The completion (link/engine.cpp) maps these results to TAPI results.
+static_assert(kEncNotSent == kEncoderNotSent, "nothing sent completes as no PBX answer");
+static_assert(kEncWrongSize == kEncoderFirstRefusal && kEncAlreadyActive == kEncoderLastRefusal,
+              "the refusals are the range the completion maps");
+static_assert(kFirstRefusalResult + (kEncWrongSize - kEncoderFirstRefusal) == K3_RESULT_BAD_STRUCTURE &&
+                  kFirstRefusalResult + (kEncBadValue - kEncoderFirstRefusal) == K3_RESULT_BAD_VALUE &&
+                  kFirstRefusalResult + (kEncNotFound - kEncoderFirstRefusal) == K3_RESULT_NOT_FOUND &&
+                  kFirstRefusalResult + (kEncAlreadyActive - kEncoderFirstRefusal) == K3_RESULT_ALREADY_ACTIVE,
+              "each refusal completes with its own result");
+static_assert(kEncNoDataSession > kEncoderLastRefusal && kEncListBusy > kEncoderLastRefusal &&
+                  kEncSessionMismatch > kEncoderLastRefusal && kEncSessionMismatch < int32_t(kFirstInvokeId) &&
+                  kEncAnsweredRecord < 0 && kEncAnsweredCdr < 0 && kEncAnsweredRecord2 < 0,
+              "the results that complete as success lie outside the refusals and the invoke ids");
+
 // Runs the structure's encoder and returns its result. block is the caller's
 // structure, size its length; line is the caller's line index.
 int32_t DispatchDevSpecific(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size);
@@ -34,31 +51,25 @@ int32_t DispatchDevSpecific(uint32_t line, uint32_t requestId, uint8_t *block, u
 // message pass through (the worker thread completes the request then).
 uint32_t ProcessDevSpecificRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size);
 
-// Layout of the CDR record that type 0x33 writes from offset 10 of its
-// structure (offsets inside the structure). Texts are NUL-terminated and cut
-// to their field.
-namespace cdr33 {
-constexpr uint32_t kTimeStamp = 10;       // 12 bytes, as stored
-constexpr uint32_t kDevices = 22;         // seven device texts of 25 bytes: calling, called,
-constexpr uint32_t kDeviceWidth = 25;     //   associated calling, associated called,
-                                          //   network calling, network called, access code
-constexpr uint32_t kMediaClass = 197;     // u32
-constexpr uint32_t kTariffTable = 201;    // u32
-constexpr uint32_t kDuration = 205;       // u32
-constexpr uint32_t kCarrier = 209;        // u32
-constexpr uint32_t kSelectedRoute = 213;  // u32
-constexpr uint32_t kSupplService = 217;   // u8
-constexpr uint32_t kAccountInfo = 218;    // 33 bytes
-constexpr uint32_t kChargingPresent = 251;  // u32
-constexpr uint32_t kChargingText = 255;   // 17 bytes
-constexpr uint32_t kChargingValue = 272;  // u32
-constexpr uint32_t kChargingKind = 276;   // u32
-constexpr uint32_t kMinutes = 280;        // u32
-constexpr uint32_t kText1 = 284;          // 30 bytes
-constexpr uint32_t kText2 = 314;          // 30 bytes
-constexpr uint32_t kTextWidth = 30;
-constexpr uint32_t kEnd = 344;            // 10 + 334
-}  // namespace cdr33
+// One row of the request table (bridge/request_types.h).
+enum class LineRule : uint8_t {
+  kCaller,  // sent on the caller's line
+  kZero,    // sent on line 0 whatever line the caller named
+  kLocal,   // answered from data the library holds
+};
+using Encoder = int32_t (*)(uint32_t line, uint8_t *block, uint32_t size);
+struct RequestType {
+  uint16_t code;
+  const char *name;  // without the DS_ prefix
+  uint32_t size;     // the exact dwSize, K3_ANY_SIZE for any of 2 or more
+  Encoder encode;
+  LineRule line;
+  AnswerKind answer;
+};
+
+// The row of a type code, null for an unknown code.
+const RequestType *FindRequestType(uint16_t code);
+
 
 }  // namespace k3
 

@@ -1,6 +1,7 @@
 // k3-scenario, portable half: names of result codes, events and operations,
 // the fields of event headers and how the runner fetches an event's record.
 #include "csta3_names.h"
+#include "kestrel3.h"
 #include "host/scenario_detail.h"
 
 namespace k3s {
@@ -10,18 +11,10 @@ using namespace detail;
 
 const char *ResultName(uint32_t r) {
   switch (r) {
-    case 0x00000000: return "SUCCESS";
-    case 0xC0000001: return "NOT_QUEUED";
-    case 0xC0000002: return "BAD_STRUCTURE";
-    case 0xC0000003: return "BAD_VALUE";
-    case 0xC0000004: return "NOT_FOUND";
-    case 0xC0000005: return "ALREADY_ACTIVE";
-    case 0xC0000010: return "CDR_NOT_STARTED";
-    case 0xC0000011: return "ANSWER_INVALID";
-    case 0xC0000012: return "NO_PBX_ANSWER";
-    case 0xC0000014: return "ROSE_ERROR";
-    case 0xC0000015: return "PBX_REFUSED";
-    case 0xC0000016: return "FAILED";
+#define K3_RESULT_NAME(name) \
+  case K3_RESULT_##name: return #name;
+    K3_RESULT_CODES(K3_RESULT_NAME)
+#undef K3_RESULT_NAME
     default: return "?";
   }
 }
@@ -32,8 +25,11 @@ bool ParseResult(const std::string &text, uint32_t &out) {
     out = uint32_t(n);
     return true;
   }
-  static const uint32_t codes[] = {0,          0xC0000001, 0xC0000002, 0xC0000003, 0xC0000004, 0xC0000005,
-                                   0xC0000010, 0xC0000011, 0xC0000012, 0xC0000014, 0xC0000015, 0xC0000016};
+  static const uint32_t codes[] = {
+#define K3_RESULT_VALUE(name) K3_RESULT_##name,
+      K3_RESULT_CODES(K3_RESULT_VALUE)
+#undef K3_RESULT_VALUE
+  };
   for (uint32_t c : codes)
     if (Upper(text) == ResultName(c)) {
       out = c;

@@ -53,6 +53,22 @@ extern "C" {
 /* Handling of the request failed inside the library. */
 #define K3_RESULT_FAILED 0xC0000016u
 
+/* Every result code by the name after K3_RESULT_, for programs that print or
+ * read them by name: X(name) once per code. */
+#define K3_RESULT_CODES(X) \
+  X(SUCCESS)               \
+  X(NOT_QUEUED)            \
+  X(BAD_STRUCTURE)         \
+  X(BAD_VALUE)             \
+  X(NOT_FOUND)             \
+  X(ALREADY_ACTIVE)        \
+  X(CDR_NOT_STARTED)       \
+  X(ANSWER_INVALID)        \
+  X(NO_PBX_ANSWER)         \
+  X(ROSE_ERROR)            \
+  X(PBX_REFUSED)           \
+  X(FAILED)
+
 /* ---- Callbacks the host registers -------------------------------------- */
 
 /* Hands one CSTA message object (a CSTA3V6::CSTAMsg, owned by the library and

@@ -20,6 +20,7 @@
 #ifndef KESTREL3_STRUCTURES_H
 #define KESTREL3_STRUCTURES_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -173,6 +174,33 @@ typedef struct {
   uint32_t dwSequence;
 } K3_DS_CDR_REPORT_RESULT;
 
+/* The CDR record as 0x33 writes it from offset 10 (the fields of the stored
+ * K3_EVENT_CDR_RECORD, texts cut to their field here). */
+typedef struct {
+  uint16_t awTimeStamp[6];      /* year, month, day, hour, minute, second */
+  char aszDevice[7][25];        /* calling, called, associated calling, associated
+                                   called, network calling, network called, access code */
+  uint32_t dwMediaClass;
+  uint32_t dwTariffTable;
+  uint32_t dwDuration;
+  uint32_t dwCarrier;
+  uint32_t dwSelectedRoute;
+  uint8_t bSupplService;
+  char szAccountInfo[33];
+  uint32_t dwChargingPresent;
+  char szChargingText[17];
+  uint32_t dwChargingValue;
+  uint32_t dwChargingKind;
+  uint32_t dwMinutes;
+  char szText1[30];
+  char szText2[30];
+} K3_CDR_SUMMARY;
+
+typedef struct {
+  K3_DS_CDR_REPORT_RESULT hdr;
+  K3_CDR_SUMMARY record;
+} K3_DS_CDR_REPORT_SUMMARY;
+
 /* 0x41 (reply fields) and 0x42 (values to set). */
 typedef struct {
   uint16_t wStructType;
@@ -324,7 +352,32 @@ typedef struct {
   char acText[2];
 } K3_EVENT_HEADER;
 
-/* The 432-byte event-data record, as fetched. */
+/* 0x13 (no record): a maintenance reference with its date and time packed. */
+typedef struct {
+  uint16_t wEventType;
+  uint8_t bReference;
+  uint16_t wDate;   /* day in bits 0-4, month in bits 5-8 */
+  uint16_t wYear;   /* widened to four digits */
+  uint16_t wTime;   /* hour in bits 0-4, minute in bits 5-10 */
+  uint16_t wSecond; /* bits 0-5 */
+  uint8_t bReserved;
+} K3_EVENT_REFERENCE;
+
+/* 0x92 (no record): a data path the PBX started; the device text stays empty
+ * when it does not fit with its terminator. */
+typedef struct {
+  uint16_t wEventType;
+  uint8_t bValue;
+  char szDevice[9];
+} K3_EVENT_PATH_STARTED;
+
+/* 0x96 (no record): a data path the PBX stopped. */
+typedef struct {
+  uint16_t wEventType;
+  char szDevice[10];
+} K3_EVENT_PATH_STOPPED;
+
+/* The store's own first 24 bytes of every event-data record. */
 typedef struct {
   uint32_t dwSequence;
   uint16_t wType;
@@ -333,35 +386,123 @@ typedef struct {
   uint32_t dwStoredTick;
   uint32_t dwExpiryTick;
   uint32_t dwReserved;
+} K3_EVENT_RECORD_HEAD;
+
+/* The 432-byte event-data record, as fetched. */
+typedef struct {
+  K3_EVENT_RECORD_HEAD head;
   uint8_t abBody[408];
 } K3_EVENT_RECORD;
 
+/* Record type 0x81: an agent state change (fetched with 0x84). */
+typedef struct {
+  K3_EVENT_RECORD_HEAD head;
+  char szDevice[9];       /* the agent's device */
+  char szAgentId[7];
+  uint32_t dwKind;        /* 1 logged on, 2 logged off, 3 not ready, 4 ready,
+                             5 busy, 6 working after call */
+  uint32_t dwPrivateState; /* 0 no private data, 1/2 device indication bit 0
+                              clear/set, 3 the monitor's own agent */
+  char szAcdGroup[384];
+} K3_EVENT_AGENT_RECORD;
+
+/* Record type 0x32 of a 0x94 event: data received on a data path (fetched
+ * with 0x95). */
+typedef struct {
+  K3_EVENT_RECORD_HEAD head;
+  char szDevice[9];
+  char szData[399];
+} K3_EVENT_DATA_RECORD;
+
+/* Record type 0x32 of a 0x32 event: a CDR report (fetched with 0x33 or 0x35).
+ * Absent parts read 0 or empty, the minutes 0xFFFFFFFF. */
+typedef struct {
+  K3_EVENT_RECORD_HEAD head;
+  uint16_t awTimeStamp[6];      /* year, month, day, hour, minute, second */
+  uint8_t abReserved1[4];
+  char aszDevice[7][33];        /* calling, called, associated calling, associated
+                                   called, network calling, network called, access code */
+  uint32_t dwMediaClass;
+  uint32_t dwTariffTable;
+  uint32_t dwDuration;
+  uint32_t dwCarrier;
+  uint32_t dwSelectedRoute;
+  uint8_t bSupplService;
+  char szAccountInfo[33];
+  uint32_t dwChargingPresent;
+  char szChargingText[17];
+  uint32_t dwChargingValue;
+  uint32_t dwChargingKind;
+  uint8_t abReserved2[4];
+  uint32_t dwMinutes;
+  char szText1[33];
+  char szText2[33];
+  uint32_t dwInvokeId;          /* of the report, answered by 0x33/0x35 */
+} K3_EVENT_CDR_RECORD;
+
+/* Record type 0x62: collects the answer list of a 0x61 query; its texts are
+ * kept beside the record and fetched with 0x62. */
+typedef struct {
+  K3_EVENT_RECORD_HEAD head;
+  uint16_t wCount;
+  uint16_t wReserved;
+  uint32_t dwInvokeId;          /* of the query */
+  uint8_t abUnused[400];
+} K3_EVENT_LIST_RECORD;
+
 #pragma pack(pop)
 
-K3_STATIC_ASSERT(sizeof(K3_DS_MAINT_KIND3) == 17, "0x11 is 17 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_MAINT_KIND4) == 3, "0x14 is 3 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_MAINT_KIND1) == 54, "0x21 is 54 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_CDR_TRANSMISSION) == 6, "0x31/0x34 are 6 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_MAINT_KIND3) == K3_SIZE_MAINT_KIND3, "0x11 is 17 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_MAINT_KIND4) == K3_SIZE_MAINT_KIND4, "0x14 is 3 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_MAINT_KIND1) == K3_SIZE_MAINT_KIND1, "0x21 is 54 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_CDR_TRANSMISSION) == K3_SIZE_STOP_CDR_TRANSMISSION && K3_ROOM_START_CDR_TRANSMISSION == 6, "0x31/0x34 are 6 bytes");
 K3_STATIC_ASSERT(sizeof(K3_DS_CDR_REPORT_RESULT) == 10, "the CDR answer header is 10 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_8) == 8, "0x41/0x42 are 8 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_FLAG) == 3, "0x43/0x44/0x46 are 3 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_PRIVATE_TLV_LIST) == 222, "0x45 is 222 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_1_2) == 143, "0x52 is 143 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_DEVICE_NAME) == 44, "0x54/0x55/0x71 are 44 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_2_4_A) == 15, "0x56 is 15 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_2_4_B) == 16, "0x58 is 16 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_7_2) == 21, "0x61 is 21 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_GET_STORED_LIST) == 17, "0x62 is 17 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_7_5) == 20, "0x63..0x65 are 20 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_6) == 12, "0x72..0x75 are 12 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_6_1_C) == 13, "0x76 is 13 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_AGENT_STATE) == 19, "0x82/0x83 are 19 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_GET_STORED_RECORD) == 36, "0x84 writes 36 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_GET_STORED_RECORD_2) == 24, "0x95 writes 24 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_ACL2_1_192) == 6, "0x91 is 6 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_SEND_DATA) == 52, "0x93 is 52 bytes");
-K3_STATIC_ASSERT(sizeof(K3_DS_PHYSICAL_DEVICE_INFO) == 19, "0xA1 is 19 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_8) == K3_SIZE_AMHOST_8, "0x41/0x42 are 8 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_FLAG) == K3_SIZE_AMHOST_10 && K3_SIZE_ACL2_240 == 3, "0x43/0x44/0x46 are 3 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_PRIVATE_TLV_LIST) == K3_SIZE_PRIVATE_TLV_LIST, "0x45 is 222 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_1_2) == K3_SIZE_AMHOST_1_2, "0x52 is 143 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_DEVICE_NAME) == K3_SIZE_AMHOST_1_1 && K3_SIZE_AMHOST_6_2_A == 44, "0x54/0x55/0x71 are 44 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_2_4_A) == K3_SIZE_AMHOST_2_4_A, "0x56 is 15 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_2_4_B) == K3_SIZE_AMHOST_2_4_B, "0x58 is 16 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_7_2) == K3_SIZE_AMHOST_7_2, "0x61 is 21 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_GET_STORED_LIST) == K3_SIZE_GET_STORED_LIST, "0x62 is 17 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_7_5) == K3_SIZE_AMHOST_7_5, "0x63..0x65 are 20 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_6) == K3_SIZE_AMHOST_6_SHORT, "0x72..0x75 are 12 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_AMHOST_6_1_C) == K3_SIZE_AMHOST_6_1_C, "0x76 is 13 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_AGENT_STATE) == K3_SIZE_AGENT_STATE, "0x82/0x83 are 19 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_GET_STORED_RECORD) == K3_ROOM_GET_STORED_RECORD, "0x84 writes 36 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_GET_STORED_RECORD_2) == K3_ROOM_GET_STORED_RECORD_2, "0x95 writes 24 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_ACL2_1_192) == K3_SIZE_ACL2_1_192, "0x91 is 6 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_SEND_DATA) == K3_SIZE_SEND_DATA, "0x93 is 52 bytes");
+K3_STATIC_ASSERT(sizeof(K3_DS_PHYSICAL_DEVICE_INFO) == K3_SIZE_PHYSICAL_DEVICE_INFO, "0xA1 is 19 bytes");
 K3_STATIC_ASSERT(sizeof(K3_EVENT_HEADER) == 12, "the event header is 12 bytes");
 K3_STATIC_ASSERT(sizeof(K3_EVENT_RECORD) == 432, "an event record is 432 bytes");
+K3_STATIC_ASSERT(sizeof(K3_CDR_SUMMARY) == 334, "0x33 writes a 334-byte record");
+K3_STATIC_ASSERT(sizeof(K3_DS_CDR_REPORT_SUMMARY) == K3_ROOM_CDR_REPORT_RESULT, "0x33 writes up to 344");
+K3_STATIC_ASSERT(sizeof(K3_DS_CDR_REPORT_RESULT) + sizeof(K3_EVENT_RECORD) == K3_ROOM_CDR_REPORT_RESULT_2,
+                 "0x35 writes up to 442");
+K3_STATIC_ASSERT(sizeof(K3_EVENT_REFERENCE) == 12, "0x13 is a 12-byte header");
+K3_STATIC_ASSERT(sizeof(K3_EVENT_PATH_STARTED) == 12, "0x92 is a 12-byte header");
+K3_STATIC_ASSERT(sizeof(K3_EVENT_PATH_STOPPED) == 12, "0x96 is a 12-byte header");
+K3_STATIC_ASSERT(sizeof(K3_EVENT_RECORD_HEAD) == 24, "the store's fields take 24 bytes");
+K3_STATIC_ASSERT(sizeof(K3_EVENT_AGENT_RECORD) == 432, "an agent record is 432 bytes");
+K3_STATIC_ASSERT(sizeof(K3_EVENT_DATA_RECORD) == 432, "a data record is 432 bytes");
+K3_STATIC_ASSERT(sizeof(K3_EVENT_CDR_RECORD) == 432, "a CDR record is 432 bytes");
+K3_STATIC_ASSERT(sizeof(K3_EVENT_LIST_RECORD) == 432, "a list record is 432 bytes");
+/* Fields that lie at odd places: the packing keeps them there. */
+K3_STATIC_ASSERT(offsetof(K3_DS_AMHOST_2_4_B, dwSwitch) == 12, "0x58's switch at 12");
+K3_STATIC_ASSERT(offsetof(K3_DS_AMHOST_7_2, dwNeeded) == 17, "0x61's size at 17");
+K3_STATIC_ASSERT(offsetof(K3_DS_MAINT_KIND1, bDataLength) == 53, "0x21's length at 53");
+K3_STATIC_ASSERT(offsetof(K3_DS_CDR_REPORT_SUMMARY, record.dwMediaClass) == 197, "0x33: media class at 197");
+K3_STATIC_ASSERT(offsetof(K3_DS_CDR_REPORT_SUMMARY, record.szText1) == 284, "0x33: first text at 284");
+K3_STATIC_ASSERT(offsetof(K3_EVENT_AGENT_RECORD, szAcdGroup) == 48, "agent record: ACD group at 48");
+K3_STATIC_ASSERT(offsetof(K3_EVENT_DATA_RECORD, szData) == 33, "data record: data at 33");
+K3_STATIC_ASSERT(offsetof(K3_EVENT_CDR_RECORD, aszDevice) == 40, "CDR record: devices from 40");
+K3_STATIC_ASSERT(offsetof(K3_EVENT_CDR_RECORD, bSupplService) == 291, "CDR record: services at 291");
+K3_STATIC_ASSERT(offsetof(K3_EVENT_CDR_RECORD, dwChargingValue) == 346, "CDR record: charging value at 346");
+K3_STATIC_ASSERT(offsetof(K3_EVENT_CDR_RECORD, dwMinutes) == 358, "CDR record: minutes at 358");
+K3_STATIC_ASSERT(offsetof(K3_EVENT_CDR_RECORD, dwInvokeId) == 428, "CDR record: invoke id at 428");
+K3_STATIC_ASSERT(offsetof(K3_EVENT_LIST_RECORD, dwInvokeId) == 28, "list record: invoke id at 28");
+K3_STATIC_ASSERT(offsetof(K3_EVENT_REFERENCE, wSecond) == 9, "0x13: second at 9");
 
 #endif

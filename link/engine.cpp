@@ -162,7 +162,7 @@ uint64_t ListBeforeSend(uint32_t line, const void *block, uint32_t invokeId) {
   uint16_t type = 0;
   std::memcpy(&type, req->block, sizeof type);  // the encoder has checked the size
   req->serial = AddPending(line, PendingRequest{invokeId, type, req->block, req->size, req->requestId, line, now,
-                                                now + kRequestLifetimeMs});
+                                                now + kRequestLifetimeMs, 0, req->answer});
   req->invokeId = invokeId;
   return req->serial;
 }
@@ -205,24 +205,29 @@ uint32_t RunRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t 
     if (!listed) return 0;
   }
   if (req.settledDuringSend) return 0;
-  return CompleteRequest(line, requestId, block, size, r);
+  return CompleteRequest(line, requestId, block, size, r, req.answer);
 }
 
-uint32_t CompleteRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size, int32_t r) {
+void SetAnswerKind(AnswerKind answer) {
+  if (g_inFlight) g_inFlight->answer = answer;
+}
+
+uint32_t CompleteRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size, int32_t r,
+                         AnswerKind answer) {
   if (r >= static_cast<int32_t>(kFirstInvokeId)) {
     uint32_t now = TickCount();
     uint16_t type = 0;
     std::memcpy(&type, block, sizeof type);  // the encoder has checked the size
     AddPending(line, PendingRequest{static_cast<uint32_t>(r), type, block, size, requestId, line, now,
-                                    now + kRequestLifetimeMs});
+                                    now + kRequestLifetimeMs, 0, answer});
     return 0;
   }
-  uint32_t result = 0;
-  if (r == 0) {
+  uint32_t result = K3_RESULT_SUCCESS;
+  if (r == kEncoderNotSent) {
     DebugMissingPbxAnswer(r);
     result = K3_RESULT_NO_PBX_ANSWER;
-  } else if (r >= 1 && r <= 4) {
-    result = K3_RESULT_NOT_QUEUED + static_cast<uint32_t>(r);
+  } else if (r >= kEncoderFirstRefusal && r <= kEncoderLastRefusal) {
+    result = kFirstRefusalResult + static_cast<uint32_t>(r - kEncoderFirstRefusal);
   }
   return SendReply(line, requestId, result) ? 0 : K3_RESULT_NOT_QUEUED;
 }

@@ -17,6 +17,7 @@
 
 #include "asn/asn_octs.h"
 #include "kestrel3.h"
+#include "kestrel3_structures.h"
 
 namespace k3 {
 
@@ -25,8 +26,25 @@ constexpr uint32_t kEventLifetimeMs = 120000;    // stored event data is dropped
 constexpr uint32_t kSweepPeriodMs = 10000;       // the expiry sweep's timer period
 constexpr uint32_t kFirstInvokeId = 32768;
 constexpr uint32_t kLastInvokeId = 65535;
-constexpr size_t kEventRecordSize = 432;
-constexpr uint16_t kListRecordType = 98;         // event record that collects a text list
+constexpr size_t kEventRecordSize = sizeof(K3_EVENT_RECORD);
+constexpr uint16_t kListRecordType = DS_RECORD_LIST;  // event record that collects a text list
+
+// What the inbound dispatcher must know of a request to route the PBX's
+// answer to it. The bridge sets it when it issues the request (the link layer
+// does not know the TAPI structure types).
+enum class AnswerKind : uint8_t {
+  kGeneral,         // answers go by their operation; the bridge decides the rest
+  kCdrStart,        // an error or reject completes it as "CDR not started"
+  kMaintReference,  // takes a MAINT answer of alternative 2
+  kMaintLoopData,   // takes a MAINT answer of alternative 1
+  kStateFlag,       // takes an ACL2 answer of selector 1
+};
+
+// Encoder results (see bridge/requests.h) as the completion reads them: 0
+// nothing sent, 1..4 refusals completing as 0xC0000002..0xC0000005.
+constexpr int32_t kEncoderNotSent = 0;
+constexpr int32_t kEncoderFirstRefusal = 1, kEncoderLastRefusal = 4;
+constexpr uint32_t kFirstRefusalResult = K3_RESULT_BAD_STRUCTURE;
 
 // What the open exports store; one set for the whole process, never cleared.
 struct CallbackTable {
@@ -54,22 +72,27 @@ struct PendingRequest {
   // Numbered by AddPending, unique for the process's life: the entry is found
   // again by it after a host callback, when any other handle may be stale.
   uint64_t serial = 0;
+  AnswerKind answer = AnswerKind::kGeneral;
 };
 
 // A 432-byte event-data record as TAPI fetches it, plus the text list that a
 // record of type 98 carries beside it (freed with the record).
 struct EventDataRecord {
-  // Offsets of the store's own fields; the body starts at kBody.
-  static constexpr size_t kSequence = 0, kType = 4, kRefCount = 8, kStoredTick = 12,
-                          kDeadlineTick = 16, kBody = 24;
-  // A list record (type 98) collecting the answer to a list query: the u16
-  // number of texts collected so far at 24 (the value the list fetch hands
-  // back), two bytes 0, and the u32 invoke id of the query at 28. The texts
-  // themselves are kept in texts.
-  static constexpr size_t kListCount = 24, kListInvokeId = 28;
-  // A CDR record (type 0x32): the u32 invoke id of the PBX's report at 428,
-  // under which the report is answered.
-  static constexpr size_t kCdrInvokeId = 428;
+  // Offsets of the store's own fields; the body follows them.
+  static constexpr size_t kSequence = offsetof(K3_EVENT_RECORD_HEAD, dwSequence),
+                          kType = offsetof(K3_EVENT_RECORD_HEAD, wType),
+                          kRefCount = offsetof(K3_EVENT_RECORD_HEAD, dwRefCount),
+                          kStoredTick = offsetof(K3_EVENT_RECORD_HEAD, dwStoredTick),
+                          kDeadlineTick = offsetof(K3_EVENT_RECORD_HEAD, dwExpiryTick),
+                          kBody = sizeof(K3_EVENT_RECORD_HEAD);
+  // A list record (type 98) collecting the answer to a list query: the
+  // number of texts collected so far (the value the list fetch hands back)
+  // and the invoke id of the query. The texts themselves are kept in texts.
+  static constexpr size_t kListCount = offsetof(K3_EVENT_LIST_RECORD, wCount),
+                          kListInvokeId = offsetof(K3_EVENT_LIST_RECORD, dwInvokeId);
+  // A CDR record (type 0x32): the invoke id of the PBX's report, under which
+  // the report is answered.
+  static constexpr size_t kCdrInvokeId = offsetof(K3_EVENT_CDR_RECORD, dwInvokeId);
   uint8_t bytes[kEventRecordSize] = {};
   std::vector<std::string> texts;
 
@@ -165,6 +188,7 @@ struct RequestInFlight {
   uint32_t size;
   uint64_t serial = 0;            // the entry listed before sending, 0 when none
   uint32_t invokeId = 0;          // its invoke id
+  AnswerKind answer = AnswerKind::kGeneral;  // set by the bridge before it sends
   bool settledDuringSend = false; // answered or dropped while the host held a refused message
   RequestInFlight *outer = nullptr;
 };
@@ -175,6 +199,9 @@ struct RequestInFlight {
 // leaves nothing listed and passes on.
 uint32_t RunRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size,
                     int32_t (*encoder)(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size));
+// Marks the request RunRequest is handling (if any) with the answer kind its
+// pending entry will carry.
+void SetAnswerKind(AnswerKind answer);
 // Around the host's send callback (SendRequest): lists the request in flight
 // for block under invokeId (returns its serial, 0 when there is none to
 // list), and afterwards takes it off again when the host refused the message.
@@ -184,7 +211,8 @@ void SettleAfterSend(uint32_t line, uint64_t serial, uint32_t accepted);
 // Completes a request from its encoder's result: an invoke id makes it
 // pending, everything else is answered now. Returns 0 when the reply went out
 // (or the request is pending), else 0xC0000001.
-uint32_t CompleteRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size, int32_t encoderResult);
+uint32_t CompleteRequest(uint32_t line, uint32_t requestId, uint8_t *block, uint32_t size, int32_t encoderResult,
+                         AnswerKind answer = AnswerKind::kGeneral);
 
 // The timer procedure: requests older than 90 s fail with 0xC0000012, event
 // data older than 120 s is dropped; ages are measured from the sent or stored

@@ -110,7 +110,7 @@ void OnFailure(uint32_t line, uint32_t invokeId, const InboundConverters *cv) {
   if (it == Line(line).pending.end()) return;
   // A copy: the reply callback may reset the line or answer other requests.
   const PendingRequest request = *it;
-  if (request.structType == 0x31) {
+  if (request.answer == AnswerKind::kCdrStart) {
     if (cv && cv->cdrStart)
       cv->cdrStart(line, request, false, nullptr);
     else
@@ -136,10 +136,10 @@ bool OnEscapeResult(uint32_t line, const PendingRequest &request, const AsnType 
       if (acl->OperationCode() != ACL_ACT_AINFO || !acl->maint) return false;
       const MAINT &maint = *acl->maint;
       if (maint.Alternative() == 2) {
-        if (request.structType != 0x11) return false;
+        if (request.answer != AnswerKind::kMaintReference) return false;
         if (cv && cv->maintReference) cv->maintReference(line, request, maint);
       } else if (maint.Alternative() == 1) {
-        if (request.structType != 0x21) return false;
+        if (request.answer != AnswerKind::kMaintLoopData) return false;
         if (cv && cv->maintLoopData) cv->maintLoopData(line, request, maint);
       }
       return true;
@@ -157,7 +157,7 @@ bool OnEscapeResult(uint32_t line, const PendingRequest &request, const AsnType 
       return true;
     }
     case ACL_APP_TDS:
-      if (request.structType == 0x91 && cv && cv->stateFlag) cv->stateFlag(line, request, *acl);
+      if (request.answer == AnswerKind::kStateFlag && cv && cv->stateFlag) cv->stateFlag(line, request, *acl);
       return true;
     default: return true;
   }

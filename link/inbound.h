@@ -35,13 +35,14 @@ struct InboundConverters {
                        const CSTA3V6::AMHOST &amhost);
   // An AMHOST answer whose third value is 3 (the PBX refused).
   void (*amhostRefusal)(uint32_t line, const PendingRequest &request, const CSTA3V6::AMHOST &amhost);
-  // MAINT answers: alternative 2 for a 0x11 request, alternative 1 for 0x21.
+  // MAINT answers: alternative 2 for a request whose answer kind is
+  // kMaintReference, alternative 1 for kMaintLoopData.
   void (*maintReference)(uint32_t line, const PendingRequest &request, const CSTA3V6::MAINT &maint);
   void (*maintLoopData)(uint32_t line, const PendingRequest &request, const CSTA3V6::MAINT &maint);
-  // Selector 1 answer to a 0x91 request.
+  // Selector 1 answer to a request of answer kind kStateFlag.
   void (*stateFlag)(uint32_t line, const PendingRequest &request, const CSTA3V6::ACL2 &acl);
-  // CDR transmission start: result is null (and success false) on an error or
-  // reject.
+  // CDR transmission start (answer kind kCdrStart): result is null (and
+  // success false) on an error or reject.
   void (*cdrStart)(uint32_t line, const PendingRequest &request, bool success,
                    const CSTA3V6::StartCDRTransmissionResult *result);
   void (*cdrStop)(uint32_t line, const PendingRequest &request);

@@ -120,9 +120,13 @@ class Inbound : public ::testing::Test {
   void SetUp() override;
   void TearDown() override { k3::SetInboundConverters(nullptr); }
   Host &host = TheHost();
-  // A pending request for the block under invokeId (request id invokeId + 1).
+  // A pending request for the block under invokeId (request id invokeId + 1),
+  // with the answer kind the bridge gives its type when it sends it.
   void Pend(uint32_t invokeId, Block &b) {
-    k3::AddPending(0, {invokeId, uint16_t(b.p[0] | b.p[1] << 8), b.p.get(), b.size, invokeId + 1, 0, kNow, kNow + 90000});
+    uint16_t type = uint16_t(b.p[0] | b.p[1] << 8);
+    const k3::RequestType *row = k3::FindRequestType(type);
+    k3::AddPending(0, {invokeId, type, b.p.get(), b.size, invokeId + 1, 0, kNow, kNow + 90000, 0,
+                       row ? row->answer : k3::AnswerKind::kGeneral});
   }
   void Dispatch(const Bytes &ber) {
     auto msg = Decode(ber);
