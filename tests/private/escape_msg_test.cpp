@@ -71,8 +71,6 @@ TEST(EscapeMessage, AmhostRequestRoundTripsThroughCstaMsg) {
   EXPECT_EQ(seq->Acl()->Selector(), 2u);
   EXPECT_EQ(seq->Acl()->OperationCode(), 196u);
   EXPECT_EQ(seq->Acl()->amhost->Find(211)->octsValue.Str(), "100");
-  EXPECT_EQ(PrintOf(back), PrintOf(m));
-  EXPECT_NE(PrintOf(back).find("Device ID = \"100\""), std::string::npos);
 }
 
 TEST(EscapeMessage, CapPrivateDataStaysOpaque) {

@@ -185,18 +185,6 @@ TEST(OfficeList, BuiltElementsWriteAndReadBack) {
   EXPECT_EQ(OctetsOf(back), out);
   EXPECT_EQ(back.Find(20)->cdrExtensions->firstText.Str(), "acct");
 
-  std::string s = PrintOf(back);
-  EXPECT_EQ(s.rfind("{ -- Private Data --", 0), 0u) << s;
-  EXPECT_NE(s.find("{ -- TDS --"), std::string::npos) << s;
-  EXPECT_NE(s.find("TDSCse = 6 (Next Parameter)"), std::string::npos) << s;
-  EXPECT_NE(s.find("InputCtrl = 0 (Accept And Echo Input)"), std::string::npos) << s;
-  EXPECT_NE(s.find("ApplSubId = 255"), std::string::npos) << s;
-  EXPECT_NE(s.find("DeviceID = \"4711\""), std::string::npos) << s;
-  EXPECT_NE(s.find("CallQLen = 3, "), std::string::npos) << s;
-  EXPECT_EQ(s.back(), '}');
-  std::string t = PrintOf(back, true);
-  EXPECT_EQ(t.rfind("{ <REM>-- Private Data --</REM>", 0), 0u) << t;
-
   // Copies are independent.
   OfficePrivateData copy(back);
   back.RemoveAll();
