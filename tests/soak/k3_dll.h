@@ -23,21 +23,20 @@ struct K3Dll {
       std::fprintf(stderr, "cannot load %s (error %lu)\n", path, GetLastError());
       return false;
     }
-    lineOpen = reinterpret_cast<PFN_fn_vrt_lineOpenAndSelectExtVersion>(
-        reinterpret_cast<void *>(GetProcAddress(h, "fn_vrt_lineOpenAndSelectExtVersion")));
-    devSpecific = reinterpret_cast<PFN_fn_vrt_lineDevSpecific>(
-        reinterpret_cast<void *>(GetProcAddress(h, "fn_vrt_lineDevSpecific")));
-    fromVorta = reinterpret_cast<PFN_fn_vrt_CSTAfromVorta>(
-        reinterpret_cast<void *>(GetProcAddress(h, "fn_vrt_CSTAfromVorta")));
-    monitorStart = reinterpret_cast<PFN_fn_vrt_MonitorStart>(
-        reinterpret_cast<void *>(GetProcAddress(h, "fn_vrt_MonitorStart")));
-    monitorClear = reinterpret_cast<PFN_fn_vrt_MonitorClear>(
-        reinterpret_cast<void *>(GetProcAddress(h, "fn_vrt_MonitorClear")));
+    Get(lineOpen, "fn_vrt_lineOpenAndSelectExtVersion");
+    Get(devSpecific, "fn_vrt_lineDevSpecific");
+    Get(fromVorta, "fn_vrt_CSTAfromVorta");
+    Get(monitorStart, "fn_vrt_MonitorStart");
+    Get(monitorClear, "fn_vrt_MonitorClear");
     if (!lineOpen || !devSpecific || !fromVorta || !monitorStart || !monitorClear) {
       std::fprintf(stderr, "%s lacks an export\n", path);
       return false;
     }
     return true;
+  }
+  template <class F>
+  void Get(F &f, const char *name) {
+    f = reinterpret_cast<F>(reinterpret_cast<void *>(GetProcAddress(h, name)));
   }
   void Unload() {
     if (h) FreeLibrary(h);
