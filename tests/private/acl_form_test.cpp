@@ -170,14 +170,6 @@ TEST(Amhost, RequestBodyGivesExactOctets) {
   EXPECT_EQ(OctetsOf(back), expected);
 }
 
-TEST(Amhost, BooleanElementIsLostWhenWrittenAgain) {
-  // The 10/8 request: element 10 given kind 9 writes nothing after the header.
-  ACL2 acl(2, 196);
-  acl.SetAmhost(new AMHOST(10, 8, 1))->AddBool(10, true);
-  EXPECT_EQ(OctetsOf(acl), B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x0A, 0x08, 0x00, 0x00, 0x01, 0x00}));
-  EXPECT_EQ(acl.amhost->elements.Count(), 1u);
-}
-
 TEST(Amhost, LedElementsOfTheRawListRequest) {
   // The raw list request's prefix and entries are an AMHOST 11/8 with kind 7 elements.
   Bytes in = B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x0B, 0x08, 0x00, 0x00, 0x01, 0x00,
