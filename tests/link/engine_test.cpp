@@ -79,39 +79,6 @@ TEST_F(LinkEngine, EncoderResultsMapToCompletions) {
   EXPECT_EQ(k3::CompleteRequest(0, 30, block_, 8, 2), 0xC0000001u);
 }
 
-TEST_F(LinkEngine, InvokeIdMakesRequestPendingUntilNinetySeconds) {
-  EXPECT_EQ(k3::CompleteRequest(0, 99, block_, 8, 40000), 0u);
-  EXPECT_TRUE(g_replies.empty());
-  ASSERT_EQ(k3::Line(0).pending.size(), 1u);
-  const k3::PendingRequest &p = k3::Line(0).pending.front();
-  EXPECT_EQ(p.invokeId, 40000u);
-  EXPECT_EQ(p.structType, 0x41);
-  EXPECT_EQ(p.block, block_);
-  EXPECT_EQ(p.size, 8u);
-  EXPECT_EQ(p.sentTick, 1000u);
-  EXPECT_EQ(p.deadlineTick, 91000u);
-
-  k3::SweepTimeouts(91000);  // exactly at the deadline: still waiting
-  EXPECT_TRUE(g_replies.empty());
-  k3::SweepTimeouts(91001);
-  EXPECT_EQ(g_replies, (std::vector<Reply>{{0, 99, 0xC0000012}}));
-  EXPECT_TRUE(k3::Line(0).pending.empty());
-  k3::SweepTimeouts(200000);  // completed once only
-  EXPECT_EQ(g_replies.size(), 1u);
-}
-
-TEST_F(LinkEngine, ReplyToPendingLeavesEntryAndIgnoresUnknownIds) {
-  k3::CompleteRequest(0, 1, block_, 8, 32800);
-  k3::CompleteRequest(0, 2, block_, 8, 32801);
-  k3::PendingRequest probe{};
-  probe.invokeId = 32801;
-  k3::ReplyToPending(probe, 0);
-  probe.invokeId = 32999;
-  k3::ReplyToPending(probe, 0);
-  EXPECT_EQ(g_replies, (std::vector<Reply>{{0, 2, 0}}));
-  EXPECT_EQ(k3::Line(0).pending.size(), 2u);
-}
-
 TEST_F(LinkEngine, EventDataStoreFetchAndExpiry) {
   EventDataRecord r;
   r.SetU16(EventDataRecord::kType, 0x81);
