@@ -79,40 +79,6 @@ TEST_F(LinkEngine, EncoderResultsMapToCompletions) {
   EXPECT_EQ(k3::CompleteRequest(0, 30, block_, 8, 2), 0xC0000001u);
 }
 
-TEST_F(LinkEngine, EventDataStoreFetchAndExpiry) {
-  EventDataRecord r;
-  r.SetU16(EventDataRecord::kType, 0x81);
-  r.bytes[24] = 'x';
-  uint32_t a = k3::StoreEventData(0, r);
-  uint32_t b = k3::StoreEventData(0, r);
-  EXPECT_EQ(a, 1u);
-  EXPECT_EQ(b, 2u);
-
-  uint8_t out[k3::kEventRecordSize];
-  ASSERT_EQ(k3::FetchEventData(0, a, out, 0), 1u);
-  EXPECT_EQ(out[0], 1);                      // sequence number
-  EXPECT_EQ(out[4], 0x81);                   // type
-  EXPECT_EQ(out[8], 1);                      // reference count
-  uint32_t stored, deadline;
-  std::memcpy(&stored, out + 12, 4);
-  std::memcpy(&deadline, out + 16, 4);
-  EXPECT_EQ(stored, 1000u);
-  EXPECT_EQ(deadline, 121000u);
-  EXPECT_EQ(out[24], 'x');
-  EXPECT_EQ(k3::HasEventData(0, a), 1u);    // not consumed
-
-  EXPECT_EQ(k3::FetchEventData(0, a, out, 1), 1u);
-  EXPECT_EQ(k3::HasEventData(0, a), 0u);    // consumed once: gone
-  EXPECT_EQ(k3::FetchEventData(0, a, out, 1), 0u);
-
-  k3::SweepTimeouts(121000);
-  EXPECT_EQ(k3::HasEventData(0, b), 1u);
-  k3::SweepTimeouts(121001);
-  EXPECT_EQ(k3::HasEventData(0, b), 0u);
-  EXPECT_EQ(k3::RemoveEventData(0, b), 0u);
-  EXPECT_EQ(k3::StoreEventData(0, r), 3u);  // the counter is library-wide and keeps rising
-}
-
 TEST_F(LinkEngine, LifetimesHoldAcrossTheTickWrap) {
   // A request sent 64 s before the 32-bit tick wraps, and one sent at its
   // last value: neither fails early, each fails once its 90 s are over.
