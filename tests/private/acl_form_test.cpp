@@ -139,55 +139,6 @@ TEST(Amhost, KindFourLengthCountsOnlyTheData) {
   EXPECT_EQ(s.elements.Count(), 0u);
 }
 
-TEST(Amhost, RequestBodyGivesExactOctets) {
-  // AMHOST 6/1, third value 1, with the elements a request encoder appends.
-  ACL2 acl(2, 196);
-  AMHOST *a = acl.SetAmhost(new AMHOST(6, 1, 1));
-  a->AddString(211, "101");
-  a->AddString(163, "Bob");
-  a->AddInt(230, 16);
-  a->AddBitfields(231, 0x0080, 0x0080);
-  a->AddTriple(248, 12, 5, 24);
-  const Bytes expected = B({0x1A, 0x04, 0x02, 0xC4,                          // ACL2
-                            0x1E, 0x08, 0x06, 0x01, 0x00, 0x00, 0x01, 0x00,  // AMHOST header
-                            0xD3, 0x03, '1', '0', '1',                       // 211, kind 4
-                            0xA3, 0x07, 0x03, 'B', 'o', 'b', 0x00,           // 163, kind 2
-                            0xE6, 0x04, 0x10, 0x00,                          // 230, kind 1
-                            0xE7, 0x06, 0x80, 0x00, 0x80, 0x00,              // 231, kind 6
-                            0xF8, 0x06, 0x00, 0x0C, 0x05, 0x18});            // 248, kind 5
-  EXPECT_EQ(OctetsOf(acl), expected);
-  EXPECT_EQ(expected.size(), 8u + 5 + 7 + 4 + 6 + 6 + 4);
-
-  ACL2 back;
-  ASSERT_TRUE(back.DecodeOctets(expected.data(), expected.size()));
-  ASSERT_NE(back.amhost, nullptr);
-  EXPECT_EQ(back.amhost->Type(), 6u);
-  EXPECT_EQ(back.amhost->Subtype(), 1u);
-  EXPECT_EQ(back.amhost->Third(), 1u);
-  EXPECT_EQ(back.amhost->elements.Count(), 5u);
-  EXPECT_EQ(back.amhost->Find(163)->octsValue.Str(), "Bob");
-  EXPECT_TRUE(back.amhost->Find(231)->bits2.GetBit(7));
-  EXPECT_EQ(OctetsOf(back), expected);
-}
-
-TEST(Amhost, LedElementsOfTheRawListRequest) {
-  // The raw list request's prefix and entries are an AMHOST 11/8 with kind 7 elements.
-  Bytes in = B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x0B, 0x08, 0x00, 0x00, 0x01, 0x00,
-                0xB0, 0x07, 0x05, 0x02, 'a', 'b', 'c', 0xB0, 0x04, 0x06, 0x01});
-  ACL2 acl;
-  ASSERT_TRUE(acl.DecodeOctets(in.data(), in.size()));
-  ASSERT_NE(acl.amhost, nullptr);
-  EXPECT_EQ(acl.amhost->nounNr, 11u);
-  EXPECT_EQ(acl.amhost->verbNr, 8u);
-  ASSERT_EQ(acl.amhost->elements.Count(), 2u);
-  const AMHOST_Element &e = acl.amhost->elements.first->elmt;
-  EXPECT_EQ(e.kind, 7u);
-  EXPECT_EQ(OctsBytes(e.ledValue1), B({5}));
-  EXPECT_EQ(e.ledData.Str(), "abc");
-  EXPECT_EQ(acl.amhost->elements.last->elmt.ledData.octetLen, 0u);
-  EXPECT_EQ(OctetsOf(acl), in);
-}
-
 TEST(Maint, LoopBackKeepsTheRestAsLoopData) {
   ACL2 acl;
   Bytes in = B({0x1A, 0x00, 0x06, 0x01, 0x22, 0x00, 0x01, 0x05, 0x09, 0xB8, 0x06});
