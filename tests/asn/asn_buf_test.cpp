@@ -220,26 +220,3 @@ TEST(AsnBuf, EncodeIntoTooSmallBlockReturnsWithWriteError) {
   EXPECT_EQ(Bytes(out.begin(), out.begin() + 4), (Bytes{0x04, 0x82, 0x13, 0x88}));
   EXPECT_EQ(out.back(), 'y');
 }
-
-TEST(AsnBuf, DecodeFromReportsCodeAndCount) {
-  AsnInt v;
-  AsnLen used = 0;
-  std::string err;
-  EXPECT_EQ(k3test::Dec(Bytes{0x02, 0x01, 0x05, 0xFF}, v, &used, &err), 0);
-  EXPECT_EQ(v.value, 5);
-  EXPECT_EQ(used, 3u);
-  EXPECT_EQ(k3test::Dec(Bytes{0x04, 0x01, 0x05}, v, &used, &err), -53);
-  EXPECT_EQ(err, "");  // value classes report by code only
-
-  // Error lines go to the buffer's error stream.
-  std::ostringstream es;
-  AsnBuf b;
-  b.errStream = &es;
-  try {
-    AsnFail(b, "ERROR - unexpected tag in CHOICE", -100);
-    ADD_FAILURE() << "no throw";
-  } catch (const AsnDecodeError &e) {
-    EXPECT_EQ(e.code, -100);
-  }
-  EXPECT_EQ(es.str(), "ERROR - unexpected tag in CHOICE\n");
-}

@@ -12,7 +12,6 @@ using namespace CSTA3V6;
 using k3test::Bytes;
 using k3test::Dec;
 using k3test::Enc;
-using k3test::Printed;
 
 TEST(AsnInt, ShortestTwosComplementBothWays) {
   struct Case {
@@ -74,33 +73,6 @@ TEST(AsnInt, DecodeQuirksAndFaults) {
   EXPECT_EQ(Dec(Bytes{0x02, 0x01, 0x01}, e), -52);
   EXPECT_EQ(Dec(Bytes{}, v), -22);
   EXPECT_EQ(Dec(Bytes{0x02}, v), -9);
-}
-
-TEST(AsnPrint, IntegersNullBoolAndUnknownValue) {
-  EXPECT_EQ(Printed(AsnInt(-5)), " = -5");
-  EXPECT_EQ(Printed(AsnInt(-5), true), " = <INT>-5</INT>");
-  EXPECT_EQ(Printed(AsnEnum(3)), " = 3");
-  EXPECT_EQ(Printed(AsnNull()), " NULL");
-  EXPECT_EQ(Printed(AsnNull(), true), "<NULL> NULL</NULL>");
-  EXPECT_EQ(Printed(AsnBool(true)), " = TRUE");
-  EXPECT_EQ(Printed(AsnBool(false), true), " = FALSE");
-  EXPECT_EQ(Printed(AsnType()), "Unknown operation-value");
-
-  // After other text, the unknown value starts a line of its own at the indent.
-  std::ostringstream s;
-  AsnPrintStream ps(s, false, 3);
-  ps.IndentMore();
-  ps.Indent();
-  EXPECT_TRUE(ps.atLineStart);
-  ps << "argument";
-  EXPECT_FALSE(ps.atLineStart);
-  ps << AsnType();
-  EXPECT_FALSE(ps.atLineStart);
-  ps.IndentLess();
-  ps.Newline();
-  ps.Indent();
-  ps << "}";
-  EXPECT_EQ(s.str(), "   argument\n   Unknown operation-value\n}");
 }
 
 TEST(AsnNullBool, EncodeDecodeAndFaults) {
@@ -329,17 +301,6 @@ TEST(AsnOcts, SettersCopyAndEquality) {
   EXPECT_EQ(AsnOcts(""), AsnOcts());
 }
 
-TEST(AsnPrint, OctetStrings) {
-  EXPECT_EQ(Printed(AsnOcts("AB")), " = \"AB\" '41 42'H");
-  EXPECT_EQ(Printed(AsnOcts("AB"), true), " = <OCTA>\"AB\" </OCTA><OCTH>'41 42'H</OCTH>");
-  EXPECT_EQ(Printed(AsnOcts("\x01", 1)), " = '01'H");
-  EXPECT_EQ(Printed(AsnOcts("\x01", 1), true), " = <OCTH>'01'H</OCTH>");
-  // Printable range is 32..126 inclusive.
-  EXPECT_EQ(Printed(AsnOcts(" ~")), " = \" ~\" '20 7E'H");
-  EXPECT_EQ(Printed(AsnOcts("a\x7F", 2)), " = '61 7F'H");
-  EXPECT_EQ(Printed(AsnOcts("\x1F\xAB", 2)), " = '1F AB'H");
-}
-
 TEST(AsnBits, EncodeAndBitOperations) {
   EXPECT_EQ(Enc(AsnBits()), (Bytes{0x03, 0x01, 0x00}));
   AsnBits nine(9);
@@ -405,15 +366,6 @@ TEST(AsnBits, DecodeAndUnusedBitsRules) {
   EXPECT_EQ(Dec(Bytes{0x23, 0x04, 0x03, 0x03, 0x00, 0x01}, v), -15);
 }
 
-TEST(AsnPrint, BitStrings) {
-  AsnBits v(9);
-  v.SetBit(0);
-  v.SetBit(8);
-  EXPECT_EQ(Printed(v), " = '100000001'B -- NrBits = 9 --");
-  EXPECT_EQ(Printed(v, true), " = <BITS>'100000001'B</BITS><REM> -- NrBits = 9 --</REM>");
-  EXPECT_EQ(Printed(AsnBits()), " = ''B -- NrBits = 0 --");
-}
-
 TEST(AsnOid, FromArcsAndOctets) {
   AsnOid pd(1, 3, 12, 2, 1107, 15);
   EXPECT_EQ(Bytes(pd.oid, pd.oid + pd.Len()), (Bytes{0x2B, 0x0C, 0x02, 0x88, 0x53, 0x0F}));
@@ -444,25 +396,4 @@ TEST(AsnOid, FromArcsAndOctets) {
   EXPECT_EQ(used, 5u);
   EXPECT_EQ(Dec(Bytes{0x06, 0x04, 0x55, 0x04}, v), -17);
   EXPECT_EQ(Dec(Bytes{0x04, 0x01, 0x55}, v), -57);
-}
-
-TEST(AsnPrint, ObjectIdentifiers) {
-  EXPECT_EQ(Printed(AsnOid(1, 3, 12, 0, 218)),
-            " = {iso(1) identified-organization(3) icd-ecma(12) standard(0) csta(218)}");
-  EXPECT_EQ(Printed(AsnOid(1, 3, 12, 2, 1107, 15)),
-            " = {iso(1) identified-organization(3) icd-ecma(12) standard(2) (1107) (15)}");
-  EXPECT_EQ(Printed(AsnOid(1, 3, 12, 2, 1107, 15), true),
-            " = <OID>{iso(1) identified-organization(3) icd-ecma(12) standard(2) (1107) (15)}</OID>");
-  EXPECT_EQ(Printed(AsnOid(1, 3, 12, 2, 1107)), " = {iso(1) identified-organization(3) (12) (2) (1107)}");
-  EXPECT_EQ(Printed(AsnOid(1, 2, 840, 113549)), " = {iso(1) member-body(2) (840) (113549)}");
-  EXPECT_EQ(Printed(AsnOid(0, 0, 17)), " = {itu-t(0) recommendation(0) (17)}");
-  EXPECT_EQ(Printed(AsnOid(0, 3)), " = {itu-t(0) network-operator(3)}");
-  EXPECT_EQ(Printed(AsnOid(0, 4, 0)), " = {itu-t(0) (4) (0)}");
-  EXPECT_EQ(Printed(AsnOid(1, 4)), " = {iso(1) (4)}");
-  EXPECT_EQ(Printed(AsnOid(2, 999, 3)), " = {joint-iso-itu-t(2) (999) (3)}");
-  EXPECT_EQ(Printed(AsnOid(2, 0)), " = {joint-iso-itu-t(2) (0)}");
-  EXPECT_EQ(Printed(AsnOid()), " = {-- void --}");
-  EXPECT_EQ(Printed(AsnOid(), true), " = <OID>{-- void --}</OID>");
-  // A last group cut short shows what it holds.
-  EXPECT_EQ(Printed(AsnOid("\x2B\x81", 2)), " = {iso(1) identified-organization(3) (1)}");
 }

@@ -39,10 +39,6 @@ class CerrCapture {
   std::streambuf *old_;
 };
 
-inline std::string Printed(const CSTA3V6::AsnType &v, bool tagged = false) {
-  return CSTA3V6::AsnPrintToString(v, tagged);
-}
-
 }  // namespace k3test
 
 #endif

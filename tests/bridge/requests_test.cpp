@@ -492,19 +492,4 @@ TEST_F(Requests, StoredRecordsAreAnsweredOnceWhateverTheSize) {
   EXPECT_TRUE(k3::Line(0).events.empty());
 }
 
-TEST_F(Requests, RefusedOrImpossibleSendsUseUpAnIdAndCompleteUnanswered) {
-  k3::Line(0).invokeCounter = 65532;
-  Block refused(0x41, 8), noCallback(0x41, 8), last(0x41, 8);
-  g_sendReturn = 0;
-  EXPECT_EQ(Run(refused), 0xC0000012u);
-  EXPECT_EQ(k3::Portable().DebugLines().at(0), "LINEERR_MISSINGPBXANSWER, invokeid 0 \n");
-  k3::g_callbacks.send = nullptr;
-  EXPECT_EQ(Run(noCallback), 0xC0000012u);
-  k3::g_callbacks.send = OnSend;
-  g_sendReturn = 1;
-  EXPECT_EQ(Run(last), kPending);
-  EXPECT_EQ(g_sent.back().ber, EscapeInvoke(65535, Amhost(8, 2)));
-  EXPECT_EQ(g_results.size(), 2u);
-}
-
 }  // namespace

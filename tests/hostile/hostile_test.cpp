@@ -516,43 +516,6 @@ TEST_F(Hostile, LineCloseWaitsForTheWorkerAndRefusesWhatFollows) {
   EXPECT_EQ(0, g_overlaps.load());
 }
 
-// The 10 s sweep completes requests that waited 90 s. The first completion
-// closes the line from inside the sweep: the sweep stops there (the others were
-// dropped with the line), a request from the same callback is refused, and the
-// reopened line works.
-TEST_F(Hostile, LineCloseFromAReplyDuringTheSweep) {
-  Start("Kestrel3.dll");
-  uint32_t ids[3] = {Request(), Request(), Request()};
-  for (uint32_t id : ids) ASSERT_TRUE(SentMessage(id));
-  std::atomic<int> closes{0};
-  std::atomic<uint32_t> refused{0};
-  g_onReply = [&](const Done &d) {
-    if (d.result != K3_RESULT_NO_PBX_ANSWER || closes++ != 0) return;
-    lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
-    K3_DS_AMHOST_8 late{DS_AMHOST_8_2, 0, 0, 0};
-    refused = lib_.devSpecific(0, 700, &late, sizeof late);
-  };
-  ASSERT_TRUE(WaitUntil([&] { return !g_done.empty(); }, 130));
-  Sleep(300);
-  g_onReply = nullptr;
-  EXPECT_EQ(1, closes.load());
-  EXPECT_EQ(K3_RESULT_NOT_QUEUED, refused.load());
-  {
-    std::lock_guard<std::mutex> l(g_lock);
-    ASSERT_EQ(1u, g_done.size());
-    EXPECT_EQ(ids[0], g_done[0].requestId);
-    EXPECT_EQ(nullptr, SentFor(700));
-  }
-  ASSERT_EQ(1u, lib_.lineOpen(0, kExt, OnReply, OnEvent, nullptr, OnSend, nullptr));
-  uint32_t after = Request();
-  auto answer = AnswerTo(*SentMessage(after));
-  EXPECT_EQ(1, lib_.fromVorta(0, answer.get()));
-  std::lock_guard<std::mutex> l(g_lock);
-  ASSERT_TRUE(DoneFor(after));
-  EXPECT_EQ(0u, DoneFor(after)->result);
-  EXPECT_EQ(0, g_overlaps.load());
-}
-
 TEST_F(Hostile, LineCloseWorksWhenTheWorkerIsGone) {
   Start("Kestrel3.dll");
   // The worker's id, learnt in a send callback; then it is told to quit.

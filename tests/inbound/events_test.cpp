@@ -118,17 +118,9 @@ TEST_F(Inbound, OtherEventFamiliesOfAKnownMonitorAreIgnored) {
   const CSTAMsg reports[] = {
       OtherReport<CallControlEvents, BridgedEvent>(I::callControlEventsCid, 0),
       OtherReport<CallControlEvents, CallClearedEvent>(I::callControlEventsCid, 1),
-      OtherReport<CallControlEvents, ConferencedEvent>(I::callControlEventsCid, 2),
-      OtherReport<CallControlEvents, ConnectionClearedEvent>(I::callControlEventsCid, 3),
-      OtherReport<CallControlEvents, DeliveredEvent>(I::callControlEventsCid, 4),
-      OtherReport<CallControlEvents, DigitsDialedEvent>(I::callControlEventsCid, 5),
       OtherReport<CallAssociatedEvents, CallInformationEvent>(I::callAssociatedEventsCid, 0),
-      OtherReport<CallAssociatedEvents, ChargingEvent>(I::callAssociatedEventsCid, 1),
       OtherReport<MediaAttachmentEvents, MediaAttachedEvent>(I::mediaAttachmentEventsCid, 0),
-      OtherReport<PhysicalDeviceFeatureEvents, ButtonPressEvent>(I::physicalDeviceFeatureEventsCid, 1),
       OtherReport<PhysicalDeviceFeatureEvents, HookswitchEvent>(I::physicalDeviceFeatureEventsCid, 3),
-      OtherReport<DeviceMaintenanceEvents, BackInServiceEvent>(I::deviceMaintenanceEventsCid, 0),
-      OtherReport<VoiceUnitEvents, BookmarkReachedEvent>(I::voiceUnitEventsCid, 0),
       OtherReport<VendorSpecEvents, PrivateEvent>(I::vendorSpecEventsCid, 0),
   };
   for (const CSTAMsg &m : reports) Dispatch(m);

@@ -139,85 +139,6 @@ TEST(Amhost, KindFourLengthCountsOnlyTheData) {
   EXPECT_EQ(s.elements.Count(), 0u);
 }
 
-TEST(Amhost, RequestBodyGivesExactOctets) {
-  // AMHOST 6/1, third value 1, with the elements a request encoder appends.
-  ACL2 acl(2, 196);
-  AMHOST *a = acl.SetAmhost(new AMHOST(6, 1, 1));
-  a->AddString(211, "101");
-  a->AddString(163, "Bob");
-  a->AddInt(230, 16);
-  a->AddBitfields(231, 0x0080, 0x0080);
-  a->AddTriple(248, 12, 5, 24);
-  const Bytes expected = B({0x1A, 0x04, 0x02, 0xC4,                          // ACL2
-                            0x1E, 0x08, 0x06, 0x01, 0x00, 0x00, 0x01, 0x00,  // AMHOST header
-                            0xD3, 0x03, '1', '0', '1',                       // 211, kind 4
-                            0xA3, 0x07, 0x03, 'B', 'o', 'b', 0x00,           // 163, kind 2
-                            0xE6, 0x04, 0x10, 0x00,                          // 230, kind 1
-                            0xE7, 0x06, 0x80, 0x00, 0x80, 0x00,              // 231, kind 6
-                            0xF8, 0x06, 0x00, 0x0C, 0x05, 0x18});            // 248, kind 5
-  EXPECT_EQ(OctetsOf(acl), expected);
-  EXPECT_EQ(expected.size(), 8u + 5 + 7 + 4 + 6 + 6 + 4);
-
-  ACL2 back;
-  ASSERT_TRUE(back.DecodeOctets(expected.data(), expected.size()));
-  ASSERT_NE(back.amhost, nullptr);
-  EXPECT_EQ(back.amhost->Type(), 6u);
-  EXPECT_EQ(back.amhost->Subtype(), 1u);
-  EXPECT_EQ(back.amhost->Third(), 1u);
-  EXPECT_EQ(back.amhost->elements.Count(), 5u);
-  EXPECT_EQ(back.amhost->Find(163)->octsValue.Str(), "Bob");
-  EXPECT_TRUE(back.amhost->Find(231)->bits2.GetBit(7));
-  EXPECT_EQ(OctetsOf(back), expected);
-  EXPECT_EQ(PrintOf(back), PrintOf(acl));
-}
-
-TEST(Amhost, BooleanElementIsLostWhenWrittenAgain) {
-  // The 10/8 request: element 10 given kind 9 writes nothing after the header.
-  ACL2 acl(2, 196);
-  acl.SetAmhost(new AMHOST(10, 8, 1))->AddBool(10, true);
-  EXPECT_EQ(OctetsOf(acl), B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x0A, 0x08, 0x00, 0x00, 0x01, 0x00}));
-  EXPECT_EQ(acl.amhost->elements.Count(), 1u);
-}
-
-TEST(Amhost, LedElementsOfTheRawListRequest) {
-  // The raw list request's prefix and entries are an AMHOST 11/8 with kind 7 elements.
-  Bytes in = B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x0B, 0x08, 0x00, 0x00, 0x01, 0x00,
-                0xB0, 0x07, 0x05, 0x02, 'a', 'b', 'c', 0xB0, 0x04, 0x06, 0x01});
-  ACL2 acl;
-  ASSERT_TRUE(acl.DecodeOctets(in.data(), in.size()));
-  ASSERT_NE(acl.amhost, nullptr);
-  EXPECT_EQ(acl.amhost->nounNr, 11u);
-  EXPECT_EQ(acl.amhost->verbNr, 8u);
-  ASSERT_EQ(acl.amhost->elements.Count(), 2u);
-  const AMHOST_Element &e = acl.amhost->elements.first->elmt;
-  EXPECT_EQ(e.kind, 7u);
-  EXPECT_EQ(OctsBytes(e.ledValue1), B({5}));
-  EXPECT_EQ(e.ledData.Str(), "abc");
-  EXPECT_EQ(acl.amhost->elements.last->elmt.ledData.octetLen, 0u);
-  EXPECT_EQ(OctetsOf(acl), in);
-}
-
-TEST(Amhost, PrintNamesHeaderAndElements) {
-  ACL2 acl(2, 196);
-  AMHOST *a = acl.SetAmhost(new AMHOST(1, 2, 6));
-  a->AddString(211, "101");
-  a->AddInt(173, 60);
-  a->AddInt(99, 1, AMHOST_KIND_NONE);
-  std::string s = PrintOf(acl);
-  EXPECT_NE(s.find("{ -- ACL --"), std::string::npos) << s;
-  EXPECT_NE(s.find("Action = AINFO"), std::string::npos) << s;
-  EXPECT_NE(s.find("Application = 2 (AMHOST)"), std::string::npos) << s;
-  EXPECT_NE(s.find("{ -- AMHOST --"), std::string::npos) << s;
-  EXPECT_NE(s.find("NounNr = 1 (Station)"), std::string::npos) << s;
-  EXPECT_NE(s.find("VerbNr = 2 (Display)"), std::string::npos) << s;
-  EXPECT_NE(s.find("MessageType = 6 (Data)"), std::string::npos) << s;
-  EXPECT_NE(s.find("Device ID = \"101\""), std::string::npos) << s;
-  EXPECT_NE(s.find("Cause = 60"), std::string::npos) << s;
-  EXPECT_NE(s.find("\n      99"), std::string::npos) << s;  // an unnamed element prints its number only
-  std::string t = PrintOf(acl, true);
-  EXPECT_NE(t.find("{ <REM>-- ACL --</REM>"), std::string::npos) << t;
-}
-
 TEST(Maint, LoopBackKeepsTheRestAsLoopData) {
   ACL2 acl;
   Bytes in = B({0x1A, 0x00, 0x06, 0x01, 0x22, 0x00, 0x01, 0x05, 0x09, 0xB8, 0x06});
@@ -255,12 +176,6 @@ TEST(Maint, HeartbeatDateTimeAndRepetitionTime) {
   ASSERT_NE(m.repetitionTime, nullptr);
   EXPECT_EQ(m.repetitionTime->value, 300);
   EXPECT_EQ(m.loopData, nullptr);
-  std::string s = PrintOf(m);
-  EXPECT_NE(s.find("{ -- MAINT --"), std::string::npos) << s;
-  EXPECT_NE(s.find("MessageType = 2 (HeartbeatMessage)"), std::string::npos) << s;
-  EXPECT_NE(s.find("Date = 01.12.24"), std::string::npos) << s;
-  EXPECT_NE(s.find("Time = 23.59.08"), std::string::npos) << s;
-  EXPECT_NE(s.find("RepetitionTime = 300"), std::string::npos) << s;
 
   // Written back in the fixed order header, date, time, repetition time.
   EXPECT_EQ(OctetsOf(m), B({0x22, 0x04, 0x02, 0x07, 0xB8, 0x06, 0x00, 1, 12, 24, 0xB9, 0x06, 0x00, 23, 59, 8,
@@ -293,11 +208,6 @@ TEST(AclApplications, MrCpstreqSysTraceAndUnknown) {
   EXPECT_EQ(mr.mr->messageType, 6u);
   EXPECT_EQ(mr.mr->Find(MR_CALLING_PARTY_NUMBER)->value.Str(), "123");
   EXPECT_EQ(OctetsOf(mr), mrIn);
-  std::string s = PrintOf(mr);
-  EXPECT_NE(s.find("{ -- MR --"), std::string::npos) << s;
-  EXPECT_NE(s.find("MessageType = 6 (Data)"), std::string::npos) << s;
-  EXPECT_NE(s.find("Calling Party Number = \"123\""), std::string::npos) << s;
-  EXPECT_NE(s.find("Cause = 2 (MR Type Not Configured)"), std::string::npos) << s;
 
   // CPSTREQ report: device "201", forwarding and do-not-disturb, talking internal.
   Bytes cpIn = B({0x1A, 0x04, 0x07, 0xC4, 0x03, '2', '0', '1', 0x03, 0x05});
@@ -305,10 +215,8 @@ TEST(AclApplications, MrCpstreqSysTraceAndUnknown) {
   ASSERT_TRUE(cp.DecodeOctets(cpIn.data(), cpIn.size()));
   ASSERT_NE(cp.cpstreq, nullptr);
   EXPECT_EQ(cp.cpstreq->device.Str(), "201");
+  EXPECT_EQ(cp.cpstreq->actFeat * 100 + cp.cpstreq->cpState, 305u);
   EXPECT_EQ(OctetsOf(cp), cpIn);
-  s = PrintOf(cp);
-  EXPECT_NE(s.find("Call Forwarding Active, Do Not Disturb Active }"), std::string::npos) << s;
-  EXPECT_NE(s.find("CPState = 5 (TalkingInternal)"), std::string::npos) << s;
 
   // SysTRACE reads the whole string, header included; writes only its own part.
   Bytes trIn = B({0x1A, 0x04, 0xF0, 0xA4});
@@ -317,14 +225,6 @@ TEST(AclApplications, MrCpstreqSysTraceAndUnknown) {
   ASSERT_NE(tr.sysTrace, nullptr);
   EXPECT_EQ(tr.sysTrace->action, 164u);
   EXPECT_EQ(OctetsOf(tr), trIn);
-  s = PrintOf(tr);
-  EXPECT_NE(s.find(" -- QUEUE -- "), std::string::npos) << s;
-  EXPECT_NE(s.find("  Queue Status Get  "), std::string::npos) << s;
-  tr.action = 162;
-  tr.sysTrace->action = 162;
-  s = PrintOf(tr);
-  EXPECT_NE(s.find("Action =  TRACER_START "), std::string::npos) << s;
-  EXPECT_NE(s.find(" Tracer Start"), std::string::npos) << s;
 
   // Application 1 has no object; octet 1 is not interpreted.
   Bytes tdsIn = B({0x1A, 0x99, 0x01, 0xC0, 0x55});

@@ -157,52 +157,6 @@ TEST(OfficeList, ParsesUntilAnElementTakesNothing) {
   EXPECT_EQ(empty.Count(), 0u);
 }
 
-TEST(OfficeList, BuiltElementsWriteAndReadBack) {
-  OfficePrivateData list;
-  // The data-path request's TDS: first number Y = 6, second X = 0, integer 255.
-  PrivTDS *tds = list.Append()->Set_tds();
-  tds->tdsCse.Set(6);
-  tds->applSubId.Set(255);
-  list.Append()->Set_deviceID()->Set("4711");
-  list.Append()->Set_deviceIndication()->bits.SetBit(0);
-  list.Append()->Set_callQLen()->Set(3);
-  PrivCdrExtensions *cdr = list.Append()->Set_cdrExtensions();
-  cdr->firstTime.Set("\x01", 1);
-  cdr->secondTime.Set("\x1E", 1);
-  cdr->firstText.Set("acct");
-  list.Append()->Set_tracerStatusInfo()->status.Set("\x05\x06", 2);
-  list.Append()->Set_buttonInformation()->info.Set("\x01\x02\x03", 3);
-  list.Append()->Set_buttonInformationResult()->value.Set(7);  // takes the rest: written last
-
-  Bytes out = OctetsOf(list);
-  Bytes expected = Cat({B({224, 5, 6, 0, 255}), B({211, 4, '4', '7', '1', '1'}), B({232, 3, 1}), B({238, 4, 3, 0}),
-                        B({228, 12, 1, 1, 1, 30, 4, 'a', 'c', 'c', 't', 0}), B({176, 24, 162, 5, 6}),
-                        Bytes(19, 0), B({236, 8, 1, 2, 3, 0, 0, 0}), B({237, 3, 7})});
-  EXPECT_EQ(out, expected);
-
-  OfficePrivateData back;
-  EXPECT_EQ(back.DecodeOctets(out.data(), out.size()), 8u);
-  EXPECT_EQ(OctetsOf(back), out);
-  EXPECT_EQ(back.Find(20)->cdrExtensions->firstText.Str(), "acct");
-
-  std::string s = PrintOf(back);
-  EXPECT_EQ(s.rfind("{ -- Private Data --", 0), 0u) << s;
-  EXPECT_NE(s.find("{ -- TDS --"), std::string::npos) << s;
-  EXPECT_NE(s.find("TDSCse = 6 (Next Parameter)"), std::string::npos) << s;
-  EXPECT_NE(s.find("InputCtrl = 0 (Accept And Echo Input)"), std::string::npos) << s;
-  EXPECT_NE(s.find("ApplSubId = 255"), std::string::npos) << s;
-  EXPECT_NE(s.find("DeviceID = \"4711\""), std::string::npos) << s;
-  EXPECT_NE(s.find("CallQLen = 3, "), std::string::npos) << s;
-  EXPECT_EQ(s.back(), '}');
-  std::string t = PrintOf(back, true);
-  EXPECT_EQ(t.rfind("{ <REM>-- Private Data --</REM>", 0), 0u) << t;
-
-  // Copies are independent.
-  OfficePrivateData copy(back);
-  back.RemoveAll();
-  EXPECT_EQ(OctetsOf(copy), out);
-}
-
 // Every identifier read, written and read again: what the writer produces is
 // what the reader takes, whole, as the same element; writing that again gives
 // the same octets. Where the writer must fill an element up to the reader's

@@ -117,34 +117,6 @@ TEST(ScenarioFile, ValuesKeepWhatWasWritten) {
   EXPECT_EQ(v.kind, k3s::Value::Text);
 }
 
-TEST(Structures, CodesAndExactSizesOfTheTypeTable) {
-  // Code, exact size (0: any size).
-  const std::pair<uint16_t, uint32_t> table[] = {
-      {0x11, 17}, {0x14, 3},  {0x21, 54},  {0x31, 0},  {0x33, 0},  {0x34, 6},  {0x35, 0},  {0x41, 8},
-      {0x42, 8},  {0x43, 3},  {0x44, 3},   {0x45, 222}, {0x46, 3}, {0x47, 0},  {0x48, 0},  {0x52, 143},
-      {0x54, 44}, {0x55, 44}, {0x56, 15},  {0x58, 16}, {0x61, 21}, {0x62, 17}, {0x63, 20}, {0x64, 20},
-      {0x65, 20}, {0x71, 44}, {0x72, 12},  {0x73, 12}, {0x74, 12}, {0x75, 12}, {0x76, 13}, {0x82, 19},
-      {0x83, 19}, {0x84, 0},  {0x91, 6},   {0x93, 52}, {0x95, 0},  {0xA1, 19}};
-  ASSERT_EQ(k3s::Structures().size(), std::size(table));
-  for (auto [code, size] : table) {
-    const k3s::StructInfo *s = k3s::StructureByCode(code);
-    ASSERT_NE(s, nullptr) << std::hex << code;
-    EXPECT_EQ(s->size, size) << s->name;
-    if (size) {
-      EXPECT_EQ(s->defaultSize, size) << s->name;
-    }
-    for (const k3s::Field &f : s->fields) {
-      if (size && code != 0x62) {
-        EXPECT_LE(f.offset + f.width, size) << s->name << "." << f.name;
-      }
-    }
-  }
-  EXPECT_EQ(k3s::FindStructure("DS_SEND_DATA"), k3s::StructureByCode(0x93));
-  EXPECT_EQ(k3s::FindStructure("send_data"), k3s::StructureByCode(0x93));
-  EXPECT_EQ(k3s::FindStructure("161"), k3s::StructureByCode(0xA1));
-  EXPECT_EQ(k3s::FindStructure("0x99"), nullptr);
-}
-
 TEST(Structures, FieldsAreWrittenPackedLittleEndianAndCheckedByValue) {
   // 0x58: name (9) at 2, byte value at 11, 32-bit switch at 12.
   const k3s::StructInfo &s = *k3s::StructureByCode(0x58);
