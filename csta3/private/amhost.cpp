@@ -1,5 +1,5 @@
 // AMHOST application object: header, elements by kind, parsers, writers, prints.
-#include "csta3/private/amhost.h"
+#include "csta3/private/acl2.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 // The AMHOST element identifier table: each identifier's kind (its octet
 // layout) and print name. Every identifier not listed has kind 0 and no name.
-#include "csta3/private/amhost.h"
+#include "csta3/private/acl2.h"
 
 namespace CSTA3V6 {
 

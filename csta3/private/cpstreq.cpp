@@ -1,5 +1,5 @@
 // CPSTREQ (device state request and report) application object: parser, writer, print.
-#include "csta3/private/cpstreq.h"
+#include "csta3/private/acl2.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
 // MAINT (maintenance messages) application object: parser, writer, print.
-#include "csta3/private/maint.h"
+#include "csta3/private/acl2.h"
 
 #include <cstdio>
 #include <cstring>

@@ -1,5 +1,5 @@
 // MR (message recording) application object: parser, writer, print.
-#include "csta3/private/mr.h"
+#include "csta3/private/acl2.h"
 
 #include <algorithm>
 

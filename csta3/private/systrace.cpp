@@ -1,7 +1,6 @@
 // SysTRACE (tracer and queue control) application object: parser, writer, print.
-#include "csta3/private/systrace.h"
-
 #include "csta3/private/acl2.h"
+
 #include "csta3/private/print_util.h"
 
 namespace CSTA3V6 {
