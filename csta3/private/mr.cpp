@@ -8,8 +8,6 @@
 namespace CSTA3V6 {
 
 using privprint::CodeName;
-using privoctets::DecodeElements;
-using privoctets::FindById;
 using privoctets::PutOcts;
 using privoctets::SetOcts;
 
@@ -81,7 +79,7 @@ void MR_Element::Print(AsnPrintStream &os) const {
 MR::MR() = default;
 MR::~MR() = default;
 
-const MR_Element *MR::Find(uint32_t elemId) const { return FindById(elements, elemId); }
+const MR_Element *MR::Find(uint32_t elemId) const { return privoctets::FindById(elements, elemId); }
 
 MR_Element *MR::Add(uint32_t elemId, const void *p, size_t n) {
   MR_Element *e = elements.Append();
@@ -93,7 +91,7 @@ MR_Element *MR::Add(uint32_t elemId, const void *p, size_t n) {
 void MR::DecodeOctets(const unsigned char *p, size_t n) {
   if (n == 0) return;
   messageType = p[0];
-  DecodeElements(elements, p, n, 1);
+  privoctets::DecodeElements(elements, p, n, 1);
 }
 
 void MR::EncodeOctets(OctetVec &out) const {
