@@ -3,6 +3,8 @@
 #define K3_ASN_ASN_H
 
 #include "asn/asn_config.h"
+#include "asn/asn_errors.h"
+#include "asn/asn_tags.h"
 #include "asn/asn_buf.h"
 #include "asn/asn_type.h"
 #include "asn/asn_print.h"

@@ -3,8 +3,10 @@
 #include <cstring>
 #include <string>
 
+#include "asn/asn_errors.h"
 #include "asn/asn_frag.h"
 #include "asn/asn_print.h"
+#include "asn/asn_tags.h"
 
 namespace CSTA3V6 {
 
@@ -82,7 +84,7 @@ AsnLen AsnBits::BEnc(AsnBuf &b) const {
 
 void AsnBits::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
   AsnTag tag = BDecTag(b, bytesDecoded);
-  if (tag != 0x03000000u && tag != 0x23000000u) AsnThrow(-50);
+  if (tag != kTagBitString && tag != kTagBitStringCons) AsnThrow(kAsnErrBitsTag);
   AsnLen len = BDecLen(b, bytesDecoded);
   BDecContent(b, tag, len, bytesDecoded);
 }
@@ -92,7 +94,7 @@ void AsnBits::BDecContent(AsnBuf &b, AsnTag tagId, AsnLen len, AsnLen &bytesDeco
     AsnCollectFragments(b, len, bytesDecoded, true);
     const AsnFragStack &fs = AsnThreadFragStack();
     const unsigned unused = fs.lastUnusedBits;
-    if (unused > 7 || fs.totalLen * 8 < unused) AsnThrow(-1);
+    if (unused > 7 || fs.totalLen * 8 < unused) AsnThrow(kAsnErrBits);
     unsigned char *fresh = new unsigned char[size_t(fs.totalLen)];
     fs.CopyTo(fresh);
     delete[] bits;
@@ -103,17 +105,17 @@ void AsnBits::BDecContent(AsnBuf &b, AsnTag tagId, AsnLen len, AsnLen &bytesDeco
   bytesDecoded += len;
   // Every fault here (no unused-bits octet, a count above 7 or above the
   // content bits, content past the end of the data) is reported as -1.
-  if (len == 0) AsnThrow(-1);
+  if (len == 0) AsnThrow(kAsnErrBits);
   const unsigned unused = b.GetByte();
-  if (b.readError || unused > 7) AsnThrow(-1);
+  if (b.readError || unused > 7) AsnThrow(kAsnErrBits);
   const uint64_t n = uint64_t(len) - 1;
-  if (n * 8 < unused) AsnThrow(-1);
+  if (n * 8 < unused) AsnThrow(kAsnErrBits);
   delete[] bits;
   bits = nullptr;
   bitLen = 0;
   if (n > b.Remaining()) {
     b.Skip(size_t(n));
-    AsnThrow(-1);
+    AsnThrow(kAsnErrBits);
   }
   bits = new unsigned char[size_t(n)];
   b.CopyOut(bits, size_t(n));

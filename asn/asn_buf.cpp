@@ -1,5 +1,7 @@
 #include "asn/asn_buf.h"
 
+#include "asn/asn_errors.h"
+
 #include <iostream>
 
 namespace CSTA3V6 {
@@ -41,22 +43,22 @@ AsnTag BDecTag(AsnBuf &b, AsnLen &bytesDecoded) {
       if (!(c & 0x80)) break;
     }
   }
-  if (b.readError) AsnThrow(-22);
+  if (b.readError) AsnThrow(kAsnErrTagShort);
   return tag;
 }
 
 AsnLen BDecLen(AsnBuf &b, AsnLen &bytesDecoded) {
   unsigned char c = b.GetByte();
-  if (b.readError) AsnThrow(-9);
+  if (b.readError) AsnThrow(kAsnErrLengthMissing);
   bytesDecoded++;
   if (c < 0x80) return c;
   if (c == 0x80) return INDEFINITE_LEN;
   unsigned n = c & 0x7F;
-  if (n > 4) AsnThrow(-10);
+  if (n > 4) AsnThrow(kAsnErrLengthTooLong);
   bytesDecoded += n;
   AsnLen len = 0;
   while (n--) len = (len << 8) | b.GetByte();
-  if (b.readError) AsnThrow(-11);
+  if (b.readError) AsnThrow(kAsnErrLengthShort);
   return len;
 }
 
@@ -102,7 +104,7 @@ AsnLen BEncEoc(AsnBuf &b) {
 void BDecEoc(AsnBuf &b, AsnLen &bytesDecoded) {
   unsigned char c1 = b.GetByte();
   unsigned char c2 = b.GetByte();
-  if (c1 != 0 || c2 != 0 || b.readError) AsnThrow(-12);
+  if (c1 != 0 || c2 != 0 || b.readError) AsnThrow(kAsnErrEoc);
   bytesDecoded += 2;
 }
 

@@ -1,5 +1,8 @@
 #include "asn/asn_frag.h"
 
+#include "asn/asn_errors.h"
+#include "asn/asn_tags.h"
+
 #include <cstring>
 #include <iostream>
 #include <vector>
@@ -33,8 +36,8 @@ AsnFragStack &AsnThreadFragStack() {
 }
 
 void AsnCollectFragments(AsnBuf &b, AsnLen len, AsnLen &bytesDecoded, bool bitString) {
-  const AsnTag primTag = bitString ? 0x03000000u : 0x04000000u;
-  const AsnTag consTag = primTag | 0x20000000u;
+  const AsnTag primTag = bitString ? kTagBitString : kTagOctetString;
+  const AsnTag consTag = primTag | kTagConstructedBit;
   AsnFragStack &fs = AsnThreadFragStack();
   fs.Reset();
 
@@ -82,18 +85,18 @@ void AsnCollectFragments(AsnBuf &b, AsnLen len, AsnLen &bytesDecoded, bool bitSt
 
     // A fragment is due: the data ending here is the tag's fault (-22); a frame
     // ending here while the data goes on is the fragment running past it.
-    if (b.readLoc >= cur.end && cur.end < b.dataEnd) AsnThrow(-15);
+    if (b.readLoc >= cur.end && cur.end < b.dataEnd) AsnThrow(kAsnErrFragmentOverrun);
     AsnLen hdr = 0;
     AsnTag tag = BDecTag(b, hdr);
     AsnLen elmtLen = BDecLen(b, hdr);
     cur.consumed += hdr;
-    if (b.readLoc > cur.end) AsnThrow(-15);
+    if (b.readLoc > cur.end) AsnThrow(kAsnErrFragmentOverrun);
     if (tag == primTag) {
-      if (size_t(elmtLen) > size_t(cur.end - b.readLoc)) AsnThrow(-15);
+      if (size_t(elmtLen) > size_t(cur.end - b.readLoc)) AsnThrow(kAsnErrFragmentOverrun);
       const unsigned char *p = b.readLoc;
       size_t n = elmtLen;
       if (bitString) {
-        if (n == 0) AsnThrow(-1);
+        if (n == 0) AsnThrow(kAsnErrBits);
         fs.lastUnusedBits = *p;
         ++p;
         --n;
@@ -102,11 +105,11 @@ void AsnCollectFragments(AsnBuf &b, AsnLen len, AsnLen &bytesDecoded, bool bitSt
       b.readLoc += elmtLen;
       cur.consumed += elmtLen;
     } else if (tag == consTag) {
-      if (elmtLen != INDEFINITE_LEN && size_t(elmtLen) > size_t(cur.end - b.readLoc)) AsnThrow(-15);
+      if (elmtLen != INDEFINITE_LEN && size_t(elmtLen) > size_t(cur.end - b.readLoc)) AsnThrow(kAsnErrFragmentOverrun);
       outer.push_back(cur);
       cur = Frame{elmtLen, 0, frameEnd(elmtLen, cur.end)};
     } else {
-      AsnThrow(-16);
+      AsnThrow(kAsnErrFragmentTag);
     }
   }
   bytesDecoded += cur.consumed;

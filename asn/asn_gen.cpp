@@ -3,6 +3,8 @@
 
 #include "asn/asn_gen.h"
 
+#include "asn/asn_tags.h"
+
 #include <cstring>
 #include <ostream>
 #include <string>
@@ -51,7 +53,7 @@ const GenOps *OpenOps(const GenField &f, const GenSeqInfo &ti, const void *obj, 
 
 bool TagMatches(const GenField &f, AsnTag tag) {
   if (f.tag) {
-    if (f.flags & GF_PC) return (tag & ~0x20000000u) == (f.tag & ~0x20000000u);
+    if (f.flags & GF_PC) return (tag & ~kTagConstructedBit) == (f.tag & ~kTagConstructedBit);
     return tag == f.tag;
   }
   if (f.tags) {
@@ -138,7 +140,7 @@ AsnLen GenTaggedBEnc(AsnBuf &b, AsnTag tag, AsnLen contentLen) {
 AsnLen GenTaggedBDecHeader(AsnBuf &b, AsnTag tag, bool pc, const char *typeName, int errTag, AsnTag &tagRead,
                            AsnLen &bytesDecoded) {
   tagRead = BDecTag(b, bytesDecoded);
-  bool ok = pc ? (tagRead & ~0x20000000u) == (tag & ~0x20000000u) : tagRead == tag;
+  bool ok = pc ? (tagRead & ~kTagConstructedBit) == (tag & ~kTagConstructedBit) : tagRead == tag;
   if (!ok) {
     if (!typeName) AsnThrow(errTag);
     AsnFail(b, (std::string(typeName) + "::BDec: ERROR - wrong tag").c_str(), errTag);
@@ -321,7 +323,7 @@ void GenSeqPrint(const GenSeqInfo &ti, const AsnType *obj, AsnPrintStream &os) {
     os.Newline();
     os.Indent();
   }
-  const char *rem = ti.ownTag == 0x31000000u ? "-- SET -- " : "-- SEQUENCE -- ";
+  const char *rem = ti.ownTag == kTagSet ? "-- SET -- " : "-- SEQUENCE -- ";
   os << "{ ";
   if (os.tagged) {
     os << "<REM>" << rem << "</REM>";

@@ -10,6 +10,8 @@
 #include <typeinfo>
 
 #include "asn/asn.h"
+#include "asn/asn_errors.h"
+#include "asn/asn_tags.h"
 
 namespace CSTA3V6 {
 
@@ -41,7 +43,6 @@ const GenOps GenOpsOf<T>::ops = {Create, Assign, Enc, EncContent, Dec, DecConten
 
 // An anonymous SEQUENCE OF under an explicit tag: the list's own encoding is
 // the universal SEQUENCE tag around its elements.
-constexpr int kGenListWrongTag = -59;
 AsnLen GenTaggedBEnc(AsnBuf &b, AsnTag tag, AsnLen contentLen);
 AsnLen GenTaggedBDecHeader(AsnBuf &b, AsnTag tag, bool pc, const char *typeName, int errTag,
                            AsnTag &tagRead, AsnLen &bytesDecoded);
@@ -51,13 +52,13 @@ struct GenOpsOf<AsnList<T>> {
   static AsnType *Create() { return new L; }
   static void Assign(AsnType *d, const AsnType *s) { *static_cast<L *>(d) = *static_cast<const L *>(s); }
   static AsnLen Enc(const AsnType *v, AsnBuf &b) {
-    return GenTaggedBEnc(b, 0x30000000u, static_cast<const L *>(v)->BEncContent(b));
+    return GenTaggedBEnc(b, kTagSequence, static_cast<const L *>(v)->BEncContent(b));
   }
   static AsnLen EncContent(const AsnType *v, AsnBuf &b) { return static_cast<const L *>(v)->BEncContent(b); }
   static void Dec(AsnType *v, AsnBuf &b, AsnLen &n) {
     AsnTag t;
     AsnLen local = 0;
-    AsnLen len = GenTaggedBDecHeader(b, 0x30000000u, false, nullptr, kGenListWrongTag, t, local);
+    AsnLen len = GenTaggedBDecHeader(b, kTagSequence, false, nullptr, kGenListWrongTag, t, local);
     static_cast<L *>(v)->BDecContent(b, t, len, local);
     n += local;
   }
@@ -172,7 +173,7 @@ class AsnStringT : public AsnOcts {
   void BDec(AsnBuf &b, AsnLen &bytesDecoded) {
     AsnTag t;
     AsnLen n = 0;
-    AsnLen len = GenTaggedBDecHeader(b, MAKE_TAG_ID(UNIV, PRIM, kTagCode), true, nullptr, -56, t, n);
+    AsnLen len = GenTaggedBDecHeader(b, MAKE_TAG_ID(UNIV, PRIM, kTagCode), true, nullptr, kAsnErrOctsTag, t, n);
     BDecContent(b, t, len, n);
     bytesDecoded += n;
   }

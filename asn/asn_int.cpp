@@ -1,6 +1,8 @@
 #include "asn/asn_int.h"
 
+#include "asn/asn_errors.h"
 #include "asn/asn_print.h"
+#include "asn/asn_tags.h"
 
 namespace CSTA3V6 {
 
@@ -23,19 +25,19 @@ AsnLen AsnInt::BEnc(AsnBuf &b) const {
 }
 
 void AsnInt::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
-  if (BDecTag(b, bytesDecoded) != 0x02000000u) AsnThrow(-53);
+  if (BDecTag(b, bytesDecoded) != kTagInteger) AsnThrow(kAsnErrIntTag);
   AsnLen len = BDecLen(b, bytesDecoded);
-  BDecContent(b, 0x02000000u, len, bytesDecoded);
+  BDecContent(b, kTagInteger, len, bytesDecoded);
 }
 
 void AsnInt::BDecContent(AsnBuf &b, AsnTag, AsnLen len, AsnLen &bytesDecoded) {
-  if (len > 4) AsnThrow(-7);
+  if (len > 4) AsnThrow(kAsnErrIntLength);
   // A zero length still reads one octet: the value is that octet.
   uint32_t v = b.GetByte();
   if (v & 0x80u) v |= 0xFFFFFF00u;
   for (AsnLen i = 1; i < len; ++i) v = (v << 8) | b.GetByte();
   bytesDecoded += len;
-  if (b.readError) AsnThrow(-8);
+  if (b.readError) AsnThrow(kAsnErrIntShort);
   value = int32_t(v);
 }
 
@@ -52,9 +54,9 @@ AsnLen AsnEnum::BEnc(AsnBuf &b) const {
 }
 
 void AsnEnum::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
-  if (BDecTag(b, bytesDecoded) != 0x0A000000u) AsnThrow(-52);
+  if (BDecTag(b, bytesDecoded) != kTagEnumerated) AsnThrow(kAsnErrEnumTag);
   AsnLen len = BDecLen(b, bytesDecoded);
-  BDecContent(b, 0x0A000000u, len, bytesDecoded);
+  BDecContent(b, kTagEnumerated, len, bytesDecoded);
 }
 
 }  // namespace CSTA3V6

@@ -6,13 +6,11 @@
 #include <cstdint>
 
 #include "asn/asn_buf.h"
+#include "asn/asn_errors.h"
 #include "asn/asn_print.h"
 #include "asn/asn_type.h"
 
 namespace CSTA3V6 {
-
-// A definite-length list whose elements do not end exactly at its length.
-constexpr int kAsnListLength = -58;
 
 template <class T>
 class AsnList : public AsnType {

@@ -1,6 +1,8 @@
 #include "asn/asn_bool.h"
+#include "asn/asn_errors.h"
 #include "asn/asn_null.h"
 #include "asn/asn_print.h"
+#include "asn/asn_tags.h"
 
 namespace CSTA3V6 {
 
@@ -11,13 +13,13 @@ AsnLen AsnNull::BEnc(AsnBuf &b) const {
 }
 
 void AsnNull::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
-  if (BDecTag(b, bytesDecoded) != 0x05000000u) AsnThrow(-55);
+  if (BDecTag(b, bytesDecoded) != kTagNull) AsnThrow(kAsnErrNullTag);
   AsnLen len = BDecLen(b, bytesDecoded);
-  BDecContent(b, 0x05000000u, len, bytesDecoded);
+  BDecContent(b, kTagNull, len, bytesDecoded);
 }
 
 void AsnNull::BDecContent(AsnBuf &, AsnTag, AsnLen len, AsnLen &) {
-  if (len != 0) AsnThrow(-13);
+  if (len != 0) AsnThrow(kAsnErrNullLength);
 }
 
 void AsnNull::Print(AsnPrintStream &os) const {
@@ -41,15 +43,15 @@ AsnLen AsnBool::BEnc(AsnBuf &b) const {
 }
 
 void AsnBool::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
-  if (BDecTag(b, bytesDecoded) != 0x01000000u) AsnThrow(-51);
+  if (BDecTag(b, bytesDecoded) != kTagBoolean) AsnThrow(kAsnErrBoolTag);
   AsnLen len = BDecLen(b, bytesDecoded);
-  BDecContent(b, 0x01000000u, len, bytesDecoded);
+  BDecContent(b, kTagBoolean, len, bytesDecoded);
 }
 
 void AsnBool::BDecContent(AsnBuf &b, AsnTag, AsnLen len, AsnLen &bytesDecoded) {
-  if (len != 1) AsnThrow(-5);
+  if (len != 1) AsnThrow(kAsnErrBoolLength);
   unsigned char c = b.GetByte();
-  if (b.readError) AsnThrow(-6);
+  if (b.readError) AsnThrow(kAsnErrBoolShort);
   value = c != 0 ? 1 : 0;
   bytesDecoded += 1;
 }

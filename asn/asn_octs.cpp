@@ -2,8 +2,10 @@
 
 #include <cstring>
 
+#include "asn/asn_errors.h"
 #include "asn/asn_frag.h"
 #include "asn/asn_print.h"
+#include "asn/asn_tags.h"
 
 namespace CSTA3V6 {
 
@@ -59,7 +61,7 @@ AsnLen AsnOcts::BEnc(AsnBuf &b) const {
 
 void AsnOcts::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
   AsnTag tag = BDecTag(b, bytesDecoded);
-  if (tag != 0x04000000u && tag != 0x24000000u) AsnThrow(-56);
+  if (tag != kTagOctetString && tag != kTagOctetStringCons) AsnThrow(kAsnErrOctsTag);
   AsnLen len = BDecLen(b, bytesDecoded);
   BDecContent(b, tag, len, bytesDecoded);
 }
@@ -87,7 +89,7 @@ void AsnOcts::BDecContent(AsnBuf &b, AsnTag tagId, AsnLen len, AsnLen &bytesDeco
   octs[n] = 0;
   octetLen = n;
   bytesDecoded += len;
-  if (b.readError) AsnThrow(-14);
+  if (b.readError) AsnThrow(kAsnErrOctsShort);
 }
 
 void AsnOcts::Print(AsnPrintStream &os) const {

@@ -2,7 +2,9 @@
 
 #include <cstring>
 
+#include "asn/asn_errors.h"
 #include "asn/asn_print.h"
+#include "asn/asn_tags.h"
 
 namespace CSTA3V6 {
 
@@ -111,9 +113,9 @@ AsnLen AsnOid::BEnc(AsnBuf &b) const {
 }
 
 void AsnOid::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
-  if (BDecTag(b, bytesDecoded) != 0x06000000u) AsnThrow(-57);
+  if (BDecTag(b, bytesDecoded) != kTagOid) AsnThrow(kAsnErrOidTag);
   AsnLen len = BDecLen(b, bytesDecoded);
-  BDecContent(b, 0x06000000u, len, bytesDecoded);
+  BDecContent(b, kTagOid, len, bytesDecoded);
 }
 
 void AsnOid::BDecContent(AsnBuf &b, AsnTag, AsnLen len, AsnLen &bytesDecoded) {
@@ -123,7 +125,7 @@ void AsnOid::BDecContent(AsnBuf &b, AsnTag, AsnLen len, AsnLen &bytesDecoded) {
   bytesDecoded += len;
   if (len > b.Remaining()) {
     b.Skip(len);
-    AsnThrow(-17);
+    AsnThrow(kAsnErrOidShort);
   }
   oid = new char[len];
   b.CopyOut(oid, len);

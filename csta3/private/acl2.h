@@ -1,5 +1,7 @@
 // The PBX's ACL form of private data: the ACL2 header and the application
-// objects it carries (AMHOST, MR, MAINT, CPSTREQ, SysTRACE).
+// objects it carries (AMHOST, MR, MAINT, CPSTREQ, SysTRACE). Each object's
+// code is a file of its own (amhost.cpp, mr.cpp, ...); K3_ACL_OBJECTS below
+// ties each one to its application code.
 //
 // These objects live in the compact octet format of the PBX, not in BER. Every
 // parser here takes a pointer and a count, never reads outside them and never
@@ -35,7 +37,8 @@ enum AmhostKind : uint32_t {
   AMHOST_KIND_BOOL = 9,      // boolean; read but not written back
 };
 
-// Kind of an element identifier (0 for every identifier not in the table).
+// Kind of an element identifier (0 for every identifier not in the table;
+// the table is in amhost_kinds.cpp).
 uint32_t AmhostElementKind(uint32_t id);
 // Print name of an element identifier, or nullptr when it has none.
 const char *AmhostElementName(uint32_t id);
@@ -283,15 +286,31 @@ enum AclAction : uint32_t {
   ACL_ACT_AINFO = 196,
 };
 
+// Which octets an application object parses: the body after the four-octet
+// header, or the whole ACL string (header included).
+enum class AclOctets { Body, Whole };
+
+// The application objects an ACL2 can carry, one row each:
+//   X(application code, print name of the code, class, member, setter, octets)
+// ACL2's members and setters, its decode, encode, print, copy and clear all come
+// from these rows: a new application object is its own class and one row here.
+// (ACL_APP_TDS has a print name but no object; acl2.cpp names it.)
+#define K3_ACL_OBJECTS(X)                                                 \
+  X(ACL_APP_AMHOST, " (AMHOST)", AMHOST, amhost, SetAmhost, Body)         \
+  X(ACL_APP_MR, " (MR)", MR, mr, SetMr, Body)                             \
+  X(ACL_APP_MAINT, " (MAINT)", MAINT, maint, SetMaint, Body)              \
+  X(ACL_APP_CPSTREQ, " (CPSTREQ)", CPSTREQ, cpstreq, SetCpstreq, Body)    \
+  X(ACL_APP_ACL, " (Acl)", SysTRACE, sysTrace, SetSysTrace, Whole)
+
 class ACL2 : public AsnType {
  public:
   uint32_t application = 255;  // the "selector"
   uint32_t action = 196;       // the "operation code"
-  AMHOST *amhost = nullptr;
-  CPSTREQ *cpstreq = nullptr;
-  MR *mr = nullptr;
-  MAINT *maint = nullptr;
-  SysTRACE *sysTrace = nullptr;
+  // One owned object per row; only the one of the current application is
+  // decoded, written and printed.
+#define K3_X(code, name, T, member, setter, octets) T *member = nullptr;
+  K3_ACL_OBJECTS(K3_X)
+#undef K3_X
 
   ACL2();
   ACL2(uint32_t app, uint32_t act);
@@ -303,11 +322,9 @@ class ACL2 : public AsnType {
   uint32_t OperationCode() const { return action; }
 
   // Builders: replace the object of that kind (taking ownership) and return it.
-  AMHOST *SetAmhost(AMHOST *a);
-  MAINT *SetMaint(MAINT *m);
-  MR *SetMr(MR *m);
-  CPSTREQ *SetCpstreq(CPSTREQ *c);
-  SysTRACE *SetSysTrace(SysTRACE *s);
+#define K3_X(code, name, T, member, setter, octets) T *setter(T *obj);
+  K3_ACL_OBJECTS(K3_X)
+#undef K3_X
   void ClearObjects();
 
   // Parses a whole ACL-form octet string (first octet 0x1A, at least four).

@@ -14,7 +14,6 @@ using privoctets::SetOcts;
 
 namespace {
 
-
 unsigned char Octet(const AsnOcts &o, size_t i) {
   return i < o.octetLen ? static_cast<unsigned char>(o.octs[i]) : 0;
 }
@@ -33,35 +32,6 @@ unsigned char OctetFromBits(const AsnBits &b) {
   for (unsigned i = 0; i < 8; ++i)
     if (b.GetBit(i)) o |= 1u << i;
   return static_cast<unsigned char>(o);
-}
-
-// Identifier, n, n octets (stored with a terminating zero).
-size_t DecodeCounted(AsnOcts &o, const unsigned char *p, size_t n) {
-  if (n < 2) return 0;
-  size_t len = p[1];
-  if (2 + len > n) return 0;
-  SetOcts(o, p + 2, len, true);
-  return 2 + len;
-}
-
-void EncodeCounted(OctetVec &out, unsigned char ident, const AsnOcts &o) {
-  size_t len = std::min<size_t>(o.octetLen, 255);
-  out.insert(out.end(), {ident, static_cast<unsigned char>(len)});
-  PutOcts(out, o, len);
-}
-
-// Identifier, total length L, a, a octets of the first part, L-3-a octets of
-// the second: the layout of 231 and 239. The decoder wants at least minimum
-// octets, so a shorter element is filled up with zeros in its second part.
-void EncodeTwoParts(OctetVec &out, unsigned char ident, const AsnOcts &first, const AsnOcts &second,
-                    size_t minimum) {
-  size_t a = std::min<size_t>(first.octetLen, 252);
-  size_t b = std::min<size_t>(second.octetLen, 252 - a);
-  size_t len = std::max<size_t>(3 + a + b, minimum);
-  out.insert(out.end(), {ident, static_cast<unsigned char>(len), static_cast<unsigned char>(a)});
-  PutOcts(out, first, a);
-  PutOcts(out, second, b);
-  out.insert(out.end(), len - (3 + a + b), 0);
 }
 
 const CodeName kTdsCseNames[] = {{0, " (Not Enough Digits)"},       {1, " (Destination Blocked)"},
@@ -143,6 +113,242 @@ void PrivButtonInformationResult::Print(AsnPrintStream &os) const {
 void PrivPartnerConnection::Print(AsnPrintStream &os) const {
   os << " { CallID" << callID << ", DeviceID" << deviceID << " }";
 }
+
+// ---------------------------------------------------------------------------
+// Element codecs: for each alternative's class, Read parses one element at p (n
+// octets available, p[0] its identifier) into the new alternative and returns
+// the octets consumed (0 when it does not fit); Write appends the element with
+// identifier ident. K3_OFFICE_ALTERNATIVES picks the pair by the class.
+
+namespace {
+
+// Identifier, n, n octets (stored with a terminating zero): identifiers 0, 5,
+// 211, 220, 221, 230.
+size_t Read(AsnOcts &o, const unsigned char *p, size_t n) {
+  if (n < 2) return 0;
+  size_t len = p[1];
+  if (2 + len > n) return 0;
+  SetOcts(o, p + 2, len, true);
+  return 2 + len;
+}
+void Write(OctetVec &out, unsigned char ident, const AsnOcts &o) {
+  size_t len = std::min<size_t>(o.octetLen, 255);
+  out.insert(out.end(), {ident, static_cast<unsigned char>(len)});
+  PutOcts(out, o, len);
+}
+
+// 229: the counted layout above, holding the group's device.
+size_t Read(CPrivInvolvedGroup &v, const unsigned char *p, size_t n) { return Read(v.group, p, n); }
+void Write(OctetVec &out, unsigned char ident, const CPrivInvolvedGroup &v) { Write(out, ident, v.group); }
+
+// Identifier, total length L, a, a octets of the first part, L-3-a octets of
+// the second: the layout of 231 and 239. Reading needs at least minimum octets
+// available; a shorter element is written filled up with zeros in its second part.
+size_t ReadTwoParts(AsnOcts &first, AsnOcts &second, const unsigned char *p, size_t n, size_t minimum) {
+  if (n < minimum) return 0;
+  size_t len = p[1];
+  if (len < 3 || len > n) return 0;
+  size_t a = p[2];
+  if (3 + a > len) return 0;
+  SetOcts(first, p + 3, a);
+  SetOcts(second, p + 3 + a, len - 3 - a);
+  return len;
+}
+void WriteTwoParts(OctetVec &out, unsigned char ident, const AsnOcts &first, const AsnOcts &second,
+                   size_t minimum) {
+  size_t a = std::min<size_t>(first.octetLen, 252);
+  size_t b = std::min<size_t>(second.octetLen, 252 - a);
+  size_t len = std::max<size_t>(3 + a + b, minimum);
+  out.insert(out.end(), {ident, static_cast<unsigned char>(len), static_cast<unsigned char>(a)});
+  PutOcts(out, first, a);
+  PutOcts(out, second, b);
+  out.insert(out.end(), len - (3 + a + b), 0);
+}
+
+// 231: GID, then TID.
+size_t Read(CPrivCallLinkage &v, const unsigned char *p, size_t n) {
+  return ReadTwoParts(v.gid.value, v.tid.value, p, n, 5);
+}
+void Write(OctetVec &out, unsigned char ident, const CPrivCallLinkage &v) {
+  WriteTwoParts(out, ident, v.gid.value, v.tid.value, 5);
+}
+
+// 239: call identifier, then device.
+size_t Read(PrivPartnerConnection &v, const unsigned char *p, size_t n) {
+  return ReadTwoParts(v.callID, v.deviceID, p, n, 4);
+}
+void Write(OctetVec &out, unsigned char ident, const PrivPartnerConnection &v) {
+  WriteTwoParts(out, ident, v.callID, v.deviceID, 4);
+}
+
+// 9: 9, 3, value.
+size_t Read(PrivHCSD &v, const unsigned char *p, size_t n) {
+  if (n < 3) return 0;
+  v.value.Set(p[2]);
+  return 3;
+}
+void Write(OctetVec &out, unsigned char ident, const PrivHCSD &v) { out.insert(out.end(), {ident, 3, Low(v.value)}); }
+
+// 175: 175, 4, (not read), action.
+size_t Read(PrivTracerAction &v, const unsigned char *p, size_t n) {
+  if (n < 4) return 0;
+  v.value.Set(p[3]);
+  return 4;
+}
+void Write(OctetVec &out, unsigned char ident, const PrivTracerAction &v) {
+  out.insert(out.end(), {ident, 4, 0, Low(v.value)});
+}
+
+// 176: 176, total length (at least 24), tracer action, status octets.
+size_t Read(PrivTracerStatusInfo &v, const unsigned char *p, size_t n) {
+  if (n < 24) return 0;
+  size_t len = p[1];
+  if (len < 24 || len > n) return 0;
+  v.action.Set(p[2]);
+  SetOcts(v.status, p + 3, len - 3);
+  return len;
+}
+void Write(OctetVec &out, unsigned char ident, const PrivTracerStatusInfo &v) {
+  // At least 21 status octets so that the element reaches its 24-octet minimum.
+  size_t s = std::min<size_t>(v.status.octetLen, 252);
+  size_t body = std::max<size_t>(s, 21);
+  out.insert(out.end(), {ident, static_cast<unsigned char>(3 + body), Low(v.action)});
+  PutOcts(out, v.status, s);
+  out.insert(out.end(), body - s, 0);
+}
+
+// 181: 181, 3, nonzero when answering automatically.
+size_t Read(CPrivAutoAnswer &v, const unsigned char *p, size_t n) {
+  if (n < 3) return 0;
+  v.value = AsnBool(p[2] != 0);
+  return 3;
+}
+void Write(OctetVec &out, unsigned char ident, const CPrivAutoAnswer &v) {
+  out.insert(out.end(), {ident, 3, static_cast<unsigned char>(bool(v.value))});
+}
+
+// 201 and 232: identifier, 3, eight bits.
+size_t ReadBits(AsnBits &bits, const unsigned char *p, size_t n) {
+  if (n < 3) return 0;
+  BitsFromOctet(bits, p[2]);
+  return 3;
+}
+void WriteBits(OctetVec &out, unsigned char ident, const AsnBits &bits) {
+  out.insert(out.end(), {ident, 3, OctetFromBits(bits)});
+}
+size_t Read(ExtendedRequest &v, const unsigned char *p, size_t n) { return ReadBits(v.bits, p, n); }
+void Write(OctetVec &out, unsigned char ident, const ExtendedRequest &v) { WriteBits(out, ident, v.bits); }
+size_t Read(PrivDeviceIndication &v, const unsigned char *p, size_t n) { return ReadBits(v.bits, p, n); }
+void Write(OctetVec &out, unsigned char ident, const PrivDeviceIndication &v) { WriteBits(out, ident, v.bits); }
+
+// 224: 224, 5, TDSCse, InputCtrl, ApplSubId.
+size_t Read(PrivTDS &v, const unsigned char *p, size_t n) {
+  if (n < 5) return 0;
+  v.tdsCse.Set(p[2]);
+  v.inputCtrl.Set(p[3]);
+  v.applSubId.Set(p[4]);
+  return 5;
+}
+void Write(OctetVec &out, unsigned char ident, const PrivTDS &v) {
+  out.insert(out.end(), {ident, 5, Low(v.tdsCse), Low(v.inputCtrl), Low(v.applSubId)});
+}
+
+// 225: 225, 4, first, second.
+size_t Read(CPrivRoutingOptions &v, const unsigned char *p, size_t n) {
+  if (n < 4) return 0;
+  v.first.Set(p[2]);
+  v.second.Set(p[3]);
+  return 4;
+}
+void Write(OctetVec &out, unsigned char ident, const CPrivRoutingOptions &v) {
+  out.insert(out.end(), {ident, 4, Low(v.first), Low(v.second)});
+}
+
+// 228: 228, total length L, then up to four fields of length, octets; a field
+// that does not fit inside L ends the fields.
+size_t Read(PrivCdrExtensions &v, const unsigned char *p, size_t n) {
+  if (n < 3) return 0;
+  size_t len = p[1];
+  if (len < 3 || len > n) return 0;
+  AsnOcts *fields[4] = {&v.firstTime, &v.secondTime, &v.firstText, &v.secondText};
+  size_t pos = 2;
+  for (AsnOcts *f : fields) {
+    if (pos >= len) break;
+    size_t flen = p[pos];
+    if (pos + 1 + flen > len) break;
+    SetOcts(*f, p + pos + 1, flen, true);
+    pos += 1 + flen;
+  }
+  return len;
+}
+void Write(OctetVec &out, unsigned char ident, const PrivCdrExtensions &v) {
+  const AsnOcts *fields[4] = {&v.firstTime, &v.secondTime, &v.firstText, &v.secondText};
+  // The whole element must fit a one-octet length: at most 253 body octets,
+  // one of them the length octet of each field.
+  OctetVec body;
+  for (size_t i = 0; i < 4; ++i) {
+    size_t flen = std::min<size_t>(fields[i]->octetLen, 253 - body.size() - (4 - i));
+    body.push_back(static_cast<unsigned char>(flen));
+    PutOcts(body, *fields[i], flen);
+  }
+  out.insert(out.end(), {ident, static_cast<unsigned char>(2 + body.size())});
+  out.insert(out.end(), body.begin(), body.end());
+}
+
+// 233: 233, 6, call identifier (two octets), state, device.
+size_t Read(PrivSDConnectionID &v, const unsigned char *p, size_t n) {
+  if (n < 6) return 0;
+  SetOcts(v.callID, p + 2, 2);
+  v.state.Set(p[4]);
+  v.device.Set(p[5]);
+  return 6;
+}
+void Write(OctetVec &out, unsigned char ident, const PrivSDConnectionID &v) {
+  out.insert(out.end(), {ident, 6, Octet(v.callID, 0), Octet(v.callID, 1), Low(v.state), Low(v.device)});
+}
+
+// 235: 235, length, 1 when pressed. Takes everything that is left.
+size_t Read(PrivButtonPressEventInfo &v, const unsigned char *p, size_t n) {
+  v.pressed = AsnBool(n >= 3 && p[2] == 1);
+  return n;
+}
+void Write(OctetVec &out, unsigned char ident, const PrivButtonPressEventInfo &v) {
+  out.insert(out.end(), {ident, 3, static_cast<unsigned char>(bool(v.pressed) ? 1 : 0)});
+}
+
+// 236: 236, 8, three octets of information, three zeros. Needs six octets,
+// takes eight (fewer when fewer are left).
+size_t Read(PrivButtonInformation &v, const unsigned char *p, size_t n) {
+  if (n < 6) return 0;
+  SetOcts(v.info, p + 2, 3);
+  return std::min<size_t>(8, n);
+}
+void Write(OctetVec &out, unsigned char ident, const PrivButtonInformation &v) {
+  out.insert(out.end(), {ident, 8, Octet(v.info, 0), Octet(v.info, 1), Octet(v.info, 2), 0, 0, 0});
+}
+
+// 237: 237, nonzero length, value, optional octet. Takes everything that is left.
+size_t Read(PrivButtonInformationResult &v, const unsigned char *p, size_t n) {
+  if (n < 2 || p[1] == 0) return 0;
+  if (n >= 3) v.value.Set(p[2]);
+  if (n >= 4) SetOcts(v.octet, p + 3, 1);
+  return n;
+}
+void Write(OctetVec &out, unsigned char ident, const PrivButtonInformationResult &v) {
+  // The octet only when there is one: the reader takes it from octet 3.
+  out.insert(out.end(), {ident, static_cast<unsigned char>(v.octet.octetLen ? 4 : 3), Low(v.value)});
+  if (v.octet.octetLen) out.push_back(Octet(v.octet, 0));
+}
+
+// 238: 238, 4, queue length, 0.
+size_t Read(AsnInt &v, const unsigned char *p, size_t n) {
+  if (n < 4) return 0;
+  v.Set(p[2]);
+  return 4;
+}
+void Write(OctetVec &out, unsigned char ident, const AsnInt &v) { out.insert(out.end(), {ident, 4, Low(v), 0}); }
+
+}  // namespace
 
 // ---------------------------------------------------------------------------
 // OfficePrivateDataElement
@@ -229,145 +435,12 @@ size_t OfficePrivateDataElement::DecodeOctets(const unsigned char *p, size_t n) 
   if (n == 0) return 0;
   size_t used = 0;
   switch (p[0]) {
-    case 0: used = DecodeCounted(*Set_agentID(), p, n); break;
-    case 5: used = DecodeCounted(*Set_parkPosition(), p, n); break;
-    case 211: used = DecodeCounted(*Set_deviceID(), p, n); break;
-    case 220: used = DecodeCounted(*Set_newMasterDeviceID(), p, n); break;
-    case 221: used = DecodeCounted(*Set_partnerDeviceID(), p, n); break;
-    case 229: used = DecodeCounted(Set_involvedGroup()->group, p, n); break;
-    case 230: used = DecodeCounted(*Set_trunkInterface(), p, n); break;
-    case 9:
-      if (n < 3) break;
-      Set_hcsd()->value.Set(p[2]);
-      used = 3;
-      break;
-    case 175:
-      if (n < 4) break;
-      Set_tracerAction()->value.Set(p[3]);
-      used = 4;
-      break;
-    case 176: {
-      // 176, total length (at least 24), tracer action, status octets.
-      if (n < 24) break;
-      size_t len = p[1];
-      if (len < 24 || len > n) break;
-      PrivTracerStatusInfo *t = Set_tracerStatusInfo();
-      t->action.Set(p[2]);
-      SetOcts(t->status, p + 3, len - 3);
-      used = len;
-      break;
-    }
-    case 181:
-      if (n < 3) break;
-      Set_autoAnswer()->value = AsnBool(p[2] != 0);
-      used = 3;
-      break;
-    case 201:
-      if (n < 3) break;
-      BitsFromOctet(Set_extendedRequest()->bits, p[2]);
-      used = 3;
-      break;
-    case 224: {
-      if (n < 5) break;
-      PrivTDS *t = Set_tds();
-      t->tdsCse.Set(p[2]);
-      t->inputCtrl.Set(p[3]);
-      t->applSubId.Set(p[4]);
-      used = 5;
-      break;
-    }
-    case 225: {
-      if (n < 4) break;
-      CPrivRoutingOptions *r = Set_routingOptions();
-      r->first.Set(p[2]);
-      r->second.Set(p[3]);
-      used = 4;
-      break;
-    }
-    case 228: {
-      // 228, total length L, then up to four fields of length, octets; a field
-      // that does not fit inside L ends the fields.
-      if (n < 3) break;
-      size_t len = p[1];
-      if (len < 3 || len > n) break;
-      PrivCdrExtensions *c = Set_cdrExtensions();
-      AsnOcts *fields[4] = {&c->firstTime, &c->secondTime, &c->firstText, &c->secondText};
-      size_t pos = 2;
-      for (AsnOcts *f : fields) {
-        if (pos >= len) break;
-        size_t flen = p[pos];
-        if (pos + 1 + flen > len) break;
-        SetOcts(*f, p + pos + 1, flen, true);
-        pos += 1 + flen;
-      }
-      used = len;
-      break;
-    }
-    case 231: {
-      // 231, total length L, g, g octets of GID, the rest of L is the TID.
-      if (n < 5) break;
-      size_t len = p[1];
-      if (len < 3 || len > n) break;
-      size_t g = p[2];
-      if (3 + g > len) break;
-      CPrivCallLinkage *c = Set_callLinkage();
-      SetOcts(c->gid.value, p + 3, g);
-      SetOcts(c->tid.value, p + 3 + g, len - 3 - g);
-      used = len;
-      break;
-    }
-    case 232:
-      if (n < 3) break;
-      BitsFromOctet(Set_deviceIndication()->bits, p[2]);
-      used = 3;
-      break;
-    case 233: {
-      if (n < 6) break;
-      PrivSDConnectionID *s = Set_sdConnectionID();
-      SetOcts(s->callID, p + 2, 2);
-      s->state.Set(p[4]);
-      s->device.Set(p[5]);
-      used = 6;
-      break;
-    }
-    case 235:
-      // Takes everything that is left.
-      Set_buttonPressEventInfo()->pressed = AsnBool(n >= 3 && p[2] == 1);
-      used = n;
-      break;
-    case 236:
-      // Needs six octets, takes eight (fewer when fewer are left).
-      if (n < 6) break;
-      SetOcts(Set_buttonInformation()->info, p + 2, 3);
-      used = std::min<size_t>(8, n);
-      break;
-    case 237: {
-      // Takes everything that is left.
-      if (n < 2 || p[1] == 0) break;
-      PrivButtonInformationResult *r = Set_buttonInformationResult();
-      if (n >= 3) r->value.Set(p[2]);
-      if (n >= 4) SetOcts(r->octet, p + 3, 1);
-      used = n;
-      break;
-    }
-    case 238:
-      if (n < 4) break;
-      Set_callQLen()->Set(p[2]);
-      used = 4;
-      break;
-    case 239: {
-      // 239, total length L, c, c octets of call identifier, the rest of L is the device.
-      if (n < 4) break;
-      size_t len = p[1];
-      if (len < 3 || len > n) break;
-      size_t c = p[2];
-      if (3 + c > len) break;
-      PrivPartnerConnection *pc = Set_partnerConnection();
-      SetOcts(pc->callID, p + 3, c);
-      SetOcts(pc->deviceID, p + 3 + c, len - 3 - c);
-      used = len;
-      break;
-    }
+#define K3_X(id, T, m, name, ident) \
+  case ident:                       \
+    used = Read(*Set_##m(), p, n);  \
+    break;
+    K3_OFFICE_ALTERNATIVES(K3_X)
+#undef K3_X
     default:
       break;
   }
@@ -377,75 +450,15 @@ size_t OfficePrivateDataElement::DecodeOctets(const unsigned char *p, size_t n) 
 
 void OfficePrivateDataElement::EncodeOctets(OctetVec &out) const {
   if (!Present()) return;
-  const unsigned char ident = static_cast<unsigned char>(IdentifierOf(choiceId));
   switch (choiceId) {
-    case agentIDCid: EncodeCounted(out, ident, *agentID); break;
-    case parkPositionCid: EncodeCounted(out, ident, *parkPosition); break;
-    case deviceIDCid: EncodeCounted(out, ident, *deviceID); break;
-    case newMasterDeviceIDCid: EncodeCounted(out, ident, *newMasterDeviceID); break;
-    case partnerDeviceIDCid: EncodeCounted(out, ident, *partnerDeviceID); break;
-    case involvedGroupCid: EncodeCounted(out, ident, involvedGroup->group); break;
-    case trunkInterfaceCid: EncodeCounted(out, ident, *trunkInterface); break;
-    case hcsdCid: out.insert(out.end(), {ident, 3, Low(hcsd->value)}); break;
-    case tracerActionCid: out.insert(out.end(), {ident, 4, 0, Low(tracerAction->value)}); break;
-    case tracerStatusInfoCid: {
-      // At least 21 status octets so that the element reaches its 24-octet minimum.
-      size_t s = std::min<size_t>(tracerStatusInfo->status.octetLen, 252);
-      size_t body = std::max<size_t>(s, 21);
-      out.insert(out.end(), {ident, static_cast<unsigned char>(3 + body), Low(tracerStatusInfo->action)});
-      PutOcts(out, tracerStatusInfo->status, s);
-      out.insert(out.end(), body - s, 0);
+#define K3_X(id, T, m, name, ident) \
+  case id:                          \
+    Write(out, ident, *m);          \
+    break;
+    K3_OFFICE_ALTERNATIVES(K3_X)
+#undef K3_X
+    default:
       break;
-    }
-    case autoAnswerCid: out.insert(out.end(), {ident, 3, static_cast<unsigned char>(bool(autoAnswer->value))}); break;
-    case extendedRequestCid: out.insert(out.end(), {ident, 3, OctetFromBits(extendedRequest->bits)}); break;
-    case tdsCid:
-      out.insert(out.end(), {ident, 5, Low(tds->tdsCse), Low(tds->inputCtrl), Low(tds->applSubId)});
-      break;
-    case routingOptionsCid:
-      out.insert(out.end(), {ident, 4, Low(routingOptions->first), Low(routingOptions->second)});
-      break;
-    case cdrExtensionsCid: {
-      const AsnOcts *fields[4] = {&cdrExtensions->firstTime, &cdrExtensions->secondTime,
-                                  &cdrExtensions->firstText, &cdrExtensions->secondText};
-      // The whole element must fit a one-octet length: at most 253 body octets,
-      // one of them the length octet of each field.
-      OctetVec body;
-      for (size_t i = 0; i < 4; ++i) {
-        size_t flen = std::min<size_t>(fields[i]->octetLen, 253 - body.size() - (4 - i));
-        body.push_back(static_cast<unsigned char>(flen));
-        PutOcts(body, *fields[i], flen);
-      }
-      out.insert(out.end(), {ident, static_cast<unsigned char>(2 + body.size())});
-      out.insert(out.end(), body.begin(), body.end());
-      break;
-    }
-    case callLinkageCid:
-      EncodeTwoParts(out, ident, callLinkage->gid.value, callLinkage->tid.value, 5);
-      break;
-    case partnerConnectionCid:
-      EncodeTwoParts(out, ident, partnerConnection->callID, partnerConnection->deviceID, 4);
-      break;
-    case deviceIndicationCid: out.insert(out.end(), {ident, 3, OctetFromBits(deviceIndication->bits)}); break;
-    case sdConnectionIDCid:
-      out.insert(out.end(), {ident, 6, Octet(sdConnectionID->callID, 0), Octet(sdConnectionID->callID, 1),
-                             Low(sdConnectionID->state), Low(sdConnectionID->device)});
-      break;
-    case buttonPressEventInfoCid:
-      out.insert(out.end(), {ident, 3, static_cast<unsigned char>(bool(buttonPressEventInfo->pressed) ? 1 : 0)});
-      break;
-    case buttonInformationCid:
-      out.insert(out.end(), {ident, 8, Octet(buttonInformation->info, 0), Octet(buttonInformation->info, 1),
-                             Octet(buttonInformation->info, 2), 0, 0, 0});
-      break;
-    case buttonInformationResultCid:
-      // The octet only when there is one: the decoder reads it from octet 3.
-      out.insert(out.end(), {ident, static_cast<unsigned char>(buttonInformationResult->octet.octetLen ? 4 : 3),
-                             Low(buttonInformationResult->value)});
-      if (buttonInformationResult->octet.octetLen) out.push_back(Octet(buttonInformationResult->octet, 0));
-      break;
-    case callQLenCid: out.insert(out.end(), {ident, 4, Low(*callQLen), 0}); break;
-    default: break;
   }
 }
 

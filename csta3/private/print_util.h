@@ -37,6 +37,29 @@ void DropLast(AsnList<T> &list) {
   delete node;
 }
 
+// Parses elements from p[pos..n) into list until fewer than two octets remain
+// or an element consumes nothing (that one is dropped again).
+template <class T>
+void DecodeElements(AsnList<T> &list, const unsigned char *p, size_t n, size_t pos) {
+  while (n - pos >= 2) {
+    // Parsed in place: the texts keep the terminator they were stored with.
+    size_t used = list.Append()->DecodeOctets(p + pos, n - pos);
+    if (used == 0) {
+      DropLast(list);
+      break;
+    }
+    pos += used;
+  }
+}
+
+// First element of the list with this identifier, or nullptr.
+template <class T>
+const T *FindById(const AsnList<T> &list, uint32_t id) {
+  for (auto *node = list.first; node; node = node->next)
+    if (node->elmt.id == id) return &node->elmt;
+  return nullptr;
+}
+
 }  // namespace privoctets
 
 namespace privprint {

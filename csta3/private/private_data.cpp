@@ -6,11 +6,6 @@ namespace CSTA3V6 {
 
 namespace {
 
-constexpr AsnTag kSeqTag = 0x30000000u;
-constexpr AsnTag kOidTag = 0x06000000u;
-constexpr AsnTag kOctsPrimTag = 0x04000000u;
-constexpr AsnTag kOctsConsTag = 0x24000000u;
-
 // {1 3 12 2 1107 15}, built from its content octets so that it does not go
 // through the shared scratch area of the arc constructor.
 const char kManufacturerOctets[] = {0x2B, 0x0C, 0x02, static_cast<char>(0x88), 0x53, 0x0F};
@@ -160,7 +155,7 @@ AsnLen PrivateDataChoiceSeq::BEnc(AsnBuf &b) const {
 
 void PrivateDataChoiceSeq::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
   AsnTag tag = BDecTag(b, bytesDecoded);
-  if (tag != kSeqTag) AsnFail(b, "PrivateDataChoiceSeq::BDec: ERROR - wrong tag", PRIV_ERR_WRONG_TAG);
+  if (tag != kTagSequence) AsnFail(b, "PrivateDataChoiceSeq::BDec: ERROR - wrong tag", PRIV_ERR_WRONG_TAG);
   AsnLen len = BDecLen(b, bytesDecoded);
   BDecContent(b, tag, len, bytesDecoded);
 }
@@ -169,12 +164,12 @@ void PrivateDataChoiceSeq::BDecContent(AsnBuf &b, AsnTag /*tagId*/, AsnLen elmtL
   AsnLen seqBytes = 0;
   AsnTag tag = 0;
 
-  if (AtEnd(b, elmtLen, seqBytes) || (tag = BDecTag(b, seqBytes)) != kOidTag)
+  if (AtEnd(b, elmtLen, seqBytes) || (tag = BDecTag(b, seqBytes)) != kTagOid)
     AsnFail(b, "ERROR - SEQUENCE is missing non-optional elmt 'manufacturer'.", PRIV_ERR_MISSING_MANUFACTURER);
   AsnLen len = BDecLen(b, seqBytes);
   manufacturer.BDecContent(b, tag, len, seqBytes);
 
-  if (AtEnd(b, elmtLen, seqBytes) || ((tag = BDecTag(b, seqBytes)) != kOctsPrimTag && tag != kOctsConsTag))
+  if (AtEnd(b, elmtLen, seqBytes) || ((tag = BDecTag(b, seqBytes)) != kTagOctetString && tag != kTagOctetStringCons))
     AsnFail(b, "ERROR - SEQUENCE is missing non-optional elmt 'pnPrivateData'.", PRIV_ERR_MISSING_PNPRIVATEDATA);
   len = BDecLen(b, seqBytes);
   pnPrivateData.BDecContent(b, tag, len, seqBytes);

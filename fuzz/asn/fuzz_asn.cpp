@@ -81,9 +81,9 @@ struct OctsList : AsnType {
     return l + 1;
   }
   void BDec(AsnBuf &b, AsnLen &n) {
-    if (BDecTag(b, n) != 0x30000000u) AsnThrow(-1000);
+    if (BDecTag(b, n) != kTagSequence) AsnThrow(kGenListWrongTag);
     AsnLen len = BDecLen(b, n);
-    list.BDecContent(b, 0x30000000u, len, n);
+    list.BDecContent(b, kTagSequence, len, n);
   }
 };
 

@@ -19,9 +19,9 @@ struct IntSeqOf {
     return l + 1;
   }
   void BDec(AsnBuf &b, AsnLen &bytesDecoded) {
-    if (BDecTag(b, bytesDecoded) != 0x30000000u) AsnThrow(-999);
+    if (BDecTag(b, bytesDecoded) != kTagSequence) AsnThrow(kGenListWrongTag);
     AsnLen len = BDecLen(b, bytesDecoded);
-    list.BDecContent(b, 0x30000000u, len, bytesDecoded);
+    list.BDecContent(b, kTagSequence, len, bytesDecoded);
   }
 };
 

@@ -234,6 +234,16 @@ TEST(AclApplications, MrCpstreqSysTraceAndUnknown) {
   EXPECT_EQ(tds.action, 192u);
   EXPECT_TRUE(!tds.amhost && !tds.mr && !tds.maint && !tds.cpstreq && !tds.sysTrace);
   EXPECT_EQ(OctetsOf(tds), B({0x1A, 0x04, 0x01, 0xC0}));
+  EXPECT_NE(PrintOf(tds).find("Application = 1 (TDS)"), std::string::npos) << PrintOf(tds);
+
+  // The application code picks the object: one held under another code is
+  // neither written nor printed.
+  ACL2 other(3, 196);
+  other.SetAmhost(new AMHOST(1, 2, 6));
+  EXPECT_EQ(OctetsOf(other), B({0x1A, 0x04, 0x03, 0xC4}));
+  s = PrintOf(other);
+  EXPECT_NE(s.find("Application = 3 (MR)"), std::string::npos) << s;
+  EXPECT_EQ(s.find("AMHOST"), std::string::npos) << s;
 
   // Not the ACL form: the object is left as it was.
   ACL2 none;
