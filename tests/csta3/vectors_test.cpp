@@ -225,7 +225,9 @@ TEST(ModelVectors, StrictLengthsAndEnds) {
     CSTAMsg g;
     ASSERT_EQ(DecodeFrom(c.good.data(), c.good.size(), g, err, &used), 0);
     EXPECT_EQ(used, c.good.size());
-    if (c.good[1] != 0x80) EXPECT_EQ(EncodeToVector(g), c.good);  // indefinite ones re-encode definite
+    if (c.good[1] != 0x80) {  // indefinite ones re-encode definite
+      EXPECT_EQ(EncodeToVector(g), c.good);
+    }
   }
 }
 

@@ -459,7 +459,7 @@ int main(int argc, char **argv) {
   // The first batch warms the heaps up; the memory baseline is taken after it.
   g_slotCount = requests + batch;
   g_slots.reset(new Slot[g_slotCount]());  // zeroed
-  if (!g_dll.Load("Kestrel3.dll")) return 2;
+  if (!g_dll.Load(dllPath)) return 2;
   if (g_dll.lineOpen(0, 0x00020000, OnReply, OnEvent, nullptr, OnSend, nullptr) != 1) {
     std::printf("line open failed\n0 passed, 1 failed\n");
     return 1;
