@@ -23,8 +23,8 @@ AsnLen AsnInt::BEnc(AsnBuf &b) const {
 }
 
 void AsnInt::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
-  if (BDecTag(b, bytesDecoded) != 0x02000000u) AsnThrow(-53);
-  AsnLen len = BDecLen(b, bytesDecoded);
+  if (BDecTagQuick(b, bytesDecoded) != 0x02000000u) AsnThrow(-53);
+  AsnLen len = BDecLenQuick(b, bytesDecoded);
   BDecContent(b, 0x02000000u, len, bytesDecoded);
 }
 
@@ -52,8 +52,8 @@ AsnLen AsnEnum::BEnc(AsnBuf &b) const {
 }
 
 void AsnEnum::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
-  if (BDecTag(b, bytesDecoded) != 0x0A000000u) AsnThrow(-52);
-  AsnLen len = BDecLen(b, bytesDecoded);
+  if (BDecTagQuick(b, bytesDecoded) != 0x0A000000u) AsnThrow(-52);
+  AsnLen len = BDecLenQuick(b, bytesDecoded);
   BDecContent(b, 0x0A000000u, len, bytesDecoded);
 }
 
