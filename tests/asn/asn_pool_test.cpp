@@ -114,22 +114,37 @@ TEST(AsnPool, DeletesAfterTheThreadsListsAreGoneBypassThem) {
 
 #ifdef K3_TEST_ASAN
 // Idle blocks are poisoned: touching a deleted object or deleting it twice is
-// still reported, although the block never went back to the heap.
+// still reported, although the block never went back to the heap. (Under
+// UBSan as well, a deleted object's lost class may be reported first.)
 TEST(AsnPoolDeathTest, UseAfterDeleteAndDoubleDeleteAreStillCaught) {
   EXPECT_DEATH(
       {
         AsnInt *i = new AsnInt(5);
         delete i;
-        volatile int32_t v = i->value;
-        (void)v;
+        volatile char c = reinterpret_cast<volatile char *>(i)[12];
+        (void)c;
       },
       "use-after-poison");
   EXPECT_DEATH(
       {
-        AsnInt *i = new AsnInt(5);
-        delete i;
-        delete i;
+        void *p = AsnPoolAlloc(40);
+        AsnPoolFree(p, 40);
+        AsnPoolFree(p, 40);
       },
       "freed twice");
+  EXPECT_DEATH(
+      {
+        AsnOcts *o = new AsnOcts("x");
+        delete o;
+        delete o;
+      },
+      "freed twice|invalid vptr");
+  // The slack between an object's size and its block's is poisoned too.
+  EXPECT_DEATH(
+      {
+        char *p = static_cast<char *>(AsnPoolAlloc(20));
+        reinterpret_cast<volatile char *>(p)[20] = 1;
+      },
+      "use-after-poison");
 }
 #endif
