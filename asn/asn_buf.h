@@ -99,10 +99,34 @@ class AsnBuf {
 AsnTag BDecTag(AsnBuf &b, AsnLen &bytesDecoded);  // -22
 AsnLen BDecLen(AsnBuf &b, AsnLen &bytesDecoded);  // -9, -10, -11
 AsnLen BEncDefLen(AsnBuf &b, AsnLen len);         // 1..5 octets
+// The same, with the common short forms done in line: a one-octet tag, a
+// length below 128. Everything else, and every error, goes through the
+// routines above.
+inline AsnTag BDecTagQuick(AsnBuf &b, AsnLen &bytesDecoded) {
+  if (b.readLoc < b.dataEnd && (*b.readLoc & 0x1F) != 0x1F) {
+    ++bytesDecoded;
+    return AsnTag(*b.readLoc++) << 24;
+  }
+  return BDecTag(b, bytesDecoded);
+}
+inline AsnLen BDecLenQuick(AsnBuf &b, AsnLen &bytesDecoded) {
+  if (b.readLoc < b.dataEnd && *b.readLoc < 0x80) {
+    ++bytesDecoded;
+    return *b.readLoc++;
+  }
+  return BDecLen(b, bytesDecoded);
+}
+inline AsnLen BEncDefLenQuick(AsnBuf &b, AsnLen len) {
+  if (len < 0x80 && b.dataStart > b.blkStart) {
+    *--b.dataStart = static_cast<unsigned char>(len);
+    return 1;
+  }
+  return BEncDefLen(b, len);
+}
 // Finishes a primitive class's encoding: after contentLen content octets, the
 // definite length and the one-octet universal tag; returns the whole count.
 inline AsnLen BEncLenAndTag(AsnBuf &b, AsnLen contentLen, unsigned char tagOctet) {
-  AsnLen l = contentLen + BEncDefLen(b, contentLen);
+  AsnLen l = contentLen + BEncDefLenQuick(b, contentLen);
   b.PutByteRvs(tagOctet);
   return l + 1;
 }

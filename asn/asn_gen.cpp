@@ -67,13 +67,13 @@ AsnLen EncMember(const GenField &f, const GenOps *ops, const AsnType *v, AsnBuf 
   AsnLen l;
   if (f.flags & GF_EXPLICIT) {
     l = ops->enc(v, b);
-    l += BEncDefLen(b, l);
+    l += BEncDefLenQuick(b, l);
     l += GenPutTag(b, f.tag);
   } else if (f.tag == 0) {
     l = ops->enc(v, b);  // untagged CHOICE or open type: its own encoding
   } else {
     l = ops->encContent(v, b);
-    l += BEncDefLen(b, l);
+    l += BEncDefLenQuick(b, l);
     l += GenPutTag(b, f.tag);
   }
   return l;
@@ -97,7 +97,7 @@ void DecMemberBody(const GenField &f, const GenOps *ops, AsnType *v, AsnBuf &b, 
 // As DecMemberBody, reading the length first.
 void DecMember(const GenField &f, const GenOps *ops, AsnType *v, AsnBuf &b, AsnTag tag, AsnLen &local,
                int errLength) {
-  AsnLen len = BDecLen(b, local);
+  AsnLen len = BDecLenQuick(b, local);
   DecMemberBody(f, ops, v, b, tag, len, local, errLength);
 }
 
@@ -112,6 +112,10 @@ const GenOps kGenUnknownOps = {UnknownCreate, UnknownAssign,     UnknownEnc, Unk
                                UnknownDec,    UnknownDecContent, &typeid(AsnType)};
 
 AsnLen GenPutTag(AsnBuf &b, AsnTag tag) {
+  if ((tag & 0x1F000000u) != 0x1F000000u) {
+    b.PutByteRvs(static_cast<unsigned char>(tag >> 24));
+    return 1;
+  }
   unsigned char o[4] = {uint8_t(tag >> 24), uint8_t(tag >> 16), uint8_t(tag >> 8), uint8_t(tag)};
   size_t n = 1;
   if ((o[0] & 0x1F) == 0x1F) {
@@ -132,20 +136,20 @@ void GenExplicitEnd(AsnBuf &b, AsnLen len, AsnLen &inner, int errLength) {
 
 AsnLen GenTaggedBEnc(AsnBuf &b, AsnTag tag, AsnLen contentLen) {
   AsnLen l = contentLen;
-  l += BEncDefLen(b, l);
+  l += BEncDefLenQuick(b, l);
   l += GenPutTag(b, tag);
   return l;
 }
 
 AsnLen GenTaggedBDecHeader(AsnBuf &b, AsnTag tag, bool pc, const char *typeName, int errTag, AsnTag &tagRead,
                            AsnLen &bytesDecoded) {
-  tagRead = BDecTag(b, bytesDecoded);
+  tagRead = BDecTagQuick(b, bytesDecoded);
   bool ok = pc ? (tagRead & ~kTagConstructedBit) == (tag & ~kTagConstructedBit) : tagRead == tag;
   if (!ok) {
     if (!typeName) AsnThrow(errTag);
     AsnFail(b, (std::string(typeName) + "::BDec: ERROR - wrong tag").c_str(), errTag);
   }
-  return BDecLen(b, bytesDecoded);
+  return BDecLenQuick(b, bytesDecoded);
 }
 
 // ---- SEQUENCE / SET -----------------------------------------------------------
@@ -220,7 +224,9 @@ static AsnType *TryDecMember(const GenField &f, AsnBuf &b, AsnTag tag, AsnLen &l
   bool readError = b.readError;
   AsnLen before = local;
   std::ostream *err = b.errStream;
-  std::ostream quiet(nullptr);
+  // A stream without a buffer swallows the lines of a failed trial; one per
+  // thread, as building a stream costs more than the trial itself.
+  static thread_local std::ostream quiet(nullptr);
   b.errStream = &quiet;
   AsnType *v = f.ops->create();
   try {
@@ -272,7 +278,7 @@ void GenSeqBDecContent(const GenSeqInfo &ti, AsnType *obj, AsnBuf &b, AsnTag, As
     if (!inHand && !AtEnd(b, len, local)) {
       tagStart = b.readLoc;
       AsnLen before = local;
-      tag = BDecTag(b, local);
+      tag = BDecTagQuick(b, local);
       tagOctets = local - before;
       inHand = true;
     }
@@ -415,7 +421,7 @@ void GenChoiceBDecContent(const GenChoiceInfo &ti, AsnType *obj, AsnBuf &b, AsnT
   } else {
     // Tagged CHOICE: the content is one alternative with its own tag, and it
     // must fill the CHOICE's own length exactly.
-    AsnTag altTag = BDecTag(b, local);
+    AsnTag altTag = BDecTagQuick(b, local);
     const GenField &f = ti.alts[ChoiceSelect(ti, obj, b, altTag)];
     DecMember(f, f.ops, ChoiceAlt(ti, obj), b, altTag, local, ti.errChoice);
     GenExplicitEnd(b, len, local, ti.errChoice);
@@ -425,11 +431,11 @@ void GenChoiceBDecContent(const GenChoiceInfo &ti, AsnType *obj, AsnBuf &b, AsnT
 
 void GenChoiceBDec(const GenChoiceInfo &ti, AsnType *obj, AsnBuf &b, AsnLen &bytesDecoded) {
   AsnLen n = 0;
-  AsnTag tag = BDecTag(b, n);
+  AsnTag tag = BDecTagQuick(b, n);
   if (ti.ownTag && tag != ti.ownTag) {
     AsnFail(b, (std::string(ti.typeName) + "::BDec: ERROR - wrong tag").c_str(), ti.errTag);
   }
-  AsnLen len = BDecLen(b, n);
+  AsnLen len = BDecLenQuick(b, n);
   GenChoiceBDecContent(ti, obj, b, tag, len, n);
   bytesDecoded += n;
 }

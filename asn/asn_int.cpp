@@ -25,8 +25,8 @@ AsnLen AsnInt::BEnc(AsnBuf &b) const {
 }
 
 void AsnInt::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
-  if (BDecTag(b, bytesDecoded) != kTagInteger) AsnThrow(kAsnErrIntTag);
-  AsnLen len = BDecLen(b, bytesDecoded);
+  if (BDecTagQuick(b, bytesDecoded) != kTagInteger) AsnThrow(kAsnErrIntTag);
+  AsnLen len = BDecLenQuick(b, bytesDecoded);
   BDecContent(b, kTagInteger, len, bytesDecoded);
 }
 
@@ -54,8 +54,8 @@ AsnLen AsnEnum::BEnc(AsnBuf &b) const {
 }
 
 void AsnEnum::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
-  if (BDecTag(b, bytesDecoded) != kTagEnumerated) AsnThrow(kAsnErrEnumTag);
-  AsnLen len = BDecLen(b, bytesDecoded);
+  if (BDecTagQuick(b, bytesDecoded) != kTagEnumerated) AsnThrow(kAsnErrEnumTag);
+  AsnLen len = BDecLenQuick(b, bytesDecoded);
   BDecContent(b, kTagEnumerated, len, bytesDecoded);
 }
 

@@ -3,6 +3,7 @@
 #ifndef K3_ASN_ASN_LIST_H
 #define K3_ASN_ASN_LIST_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "asn/asn_buf.h"
@@ -19,6 +20,8 @@ class AsnList : public AsnType {
     T elmt;
     Node *next;
     Node *prev;
+    static void *operator new(std::size_t n) { return AsnPoolAlloc(n); }
+    static void operator delete(void *p, std::size_t n) noexcept { AsnPoolFree(p, n); }
   };
 
   uint64_t count = 0;

@@ -4,10 +4,20 @@
 
 #include "asn/asn_errors.h"
 #include "asn/asn_frag.h"
+#include "asn/asn_pool.h"
 #include "asn/asn_print.h"
 #include "asn/asn_tags.h"
 
 namespace CSTA3V6 {
+
+namespace {
+
+// The octet array of a value of n octets: n + 1 octets (the zero after them)
+// from the small-block lists; FreeOcts is handed the same n.
+char *NewOcts(size_t n) { return static_cast<char *>(AsnPoolAlloc(n + 1)); }
+void FreeOcts(char *p, uint64_t n) { AsnPoolFree(p, size_t(n) + 1); }
+
+}  // namespace
 
 AsnOcts::AsnOcts(const char *cstr) { Set(cstr); }
 
@@ -19,26 +29,26 @@ AsnOcts &AsnOcts::operator=(const AsnOcts &o) {
   if (this == &o) return *this;
   char *fresh = nullptr;
   if (o.octs) {
-    fresh = new char[size_t(o.octetLen) + 1];
+    fresh = NewOcts(size_t(o.octetLen));
     if (o.octetLen) std::memcpy(fresh, o.octs, size_t(o.octetLen));
     fresh[o.octetLen] = 0;
   }
-  delete[] octs;
+  FreeOcts(octs, octetLen);
   octs = fresh;
   octetLen = o.octs ? o.octetLen : 0;
   return *this;
 }
 
-AsnOcts::~AsnOcts() { delete[] octs; }
+AsnOcts::~AsnOcts() { FreeOcts(octs, octetLen); }
 
 void AsnOcts::Set(const char *p, size_t n, bool addTerminator) {
   (void)addTerminator;
   if (!p) n = 0;
   // The new array is filled before the old one goes, so p may point into it.
-  char *fresh = new char[n + 1];
+  char *fresh = NewOcts(n);
   if (n) std::memmove(fresh, p, n);
   fresh[n] = 0;
-  delete[] octs;
+  FreeOcts(octs, octetLen);
   octs = fresh;
   octetLen = n;
 }
@@ -60,9 +70,9 @@ AsnLen AsnOcts::BEnc(AsnBuf &b) const {
 }
 
 void AsnOcts::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
-  AsnTag tag = BDecTag(b, bytesDecoded);
+  AsnTag tag = BDecTagQuick(b, bytesDecoded);
   if (tag != kTagOctetString && tag != kTagOctetStringCons) AsnThrow(kAsnErrOctsTag);
-  AsnLen len = BDecLen(b, bytesDecoded);
+  AsnLen len = BDecLenQuick(b, bytesDecoded);
   BDecContent(b, tag, len, bytesDecoded);
 }
 
@@ -70,21 +80,21 @@ void AsnOcts::BDecContent(AsnBuf &b, AsnTag tagId, AsnLen len, AsnLen &bytesDeco
   if (TagIsConstructed(tagId)) {
     AsnCollectFragments(b, len, bytesDecoded, false);
     const AsnFragStack &fs = AsnThreadFragStack();
-    char *fresh = new char[size_t(fs.totalLen) + 1];
+    char *fresh = NewOcts(size_t(fs.totalLen));
     fs.CopyTo(reinterpret_cast<unsigned char *>(fresh));
     fresh[fs.totalLen] = 0;
-    delete[] octs;
+    FreeOcts(octs, octetLen);
     octs = fresh;
     octetLen = fs.totalLen;
     return;
   }
   // Primitive: the octets plus a terminating zero (not counted). When the data
   // ends early only what is there is allocated and kept.
-  delete[] octs;
+  FreeOcts(octs, octetLen);
   octs = nullptr;
   octetLen = 0;
   size_t n = len <= b.Remaining() ? size_t(len) : b.Remaining();
-  octs = new char[n + 1];
+  octs = NewOcts(n);
   n = b.CopyOut(octs, len);
   octs[n] = 0;
   octetLen = n;

@@ -13,7 +13,9 @@ namespace CSTA3V6 {
 class AsnOcts : public AsnType {
  public:
   uint64_t octetLen = 0;  // number of octets
-  char *octs = nullptr;   // owned; may be null when octetLen is 0
+  // Owned: octetLen + 1 octets from AsnPoolAlloc, set only by this class; may
+  // be null when octetLen is 0.
+  char *octs = nullptr;
 
   AsnOcts() = default;
   AsnOcts(const char *cstr);           // the terminator is not stored

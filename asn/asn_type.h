@@ -2,6 +2,10 @@
 #ifndef K3_ASN_ASN_TYPE_H
 #define K3_ASN_ASN_TYPE_H
 
+#include <cstddef>
+
+#include "asn/asn_pool.h"
+
 namespace CSTA3V6 {
 
 class AsnPrintStream;
@@ -17,6 +21,12 @@ class AsnType {
   // Stands in for a value of unknown class: "Unknown operation-value" on a line
   // of its own at the current indent.
   virtual void Print(AsnPrintStream &os) const;
+
+  // Model objects are many and small: they come from the per-thread block
+  // lists. Deleting through the virtual destructor hands over the size of
+  // the object's own class.
+  static void *operator new(std::size_t n) { return AsnPoolAlloc(n); }
+  static void operator delete(void *p, std::size_t n) noexcept { AsnPoolFree(p, n); }
 };
 
 }  // namespace CSTA3V6
