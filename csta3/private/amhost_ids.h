@@ -1,5 +1,5 @@
 // Element numbers of the PBX's AMHOST elements, named after their print
-// names. The kind table (acl2.cpp) gives each its octet form; every number
+// names. The kind table (amhost_kinds.cpp) gives each its octet form; every number
 // not listed here has kind 0.
 #ifndef K3_CSTA3_PRIVATE_AMHOST_IDS_H
 #define K3_CSTA3_PRIVATE_AMHOST_IDS_H

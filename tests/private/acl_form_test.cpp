@@ -241,7 +241,7 @@ TEST(AclApplications, MrCpstreqSysTraceAndUnknown) {
   ACL2 other(3, 196);
   other.SetAmhost(new AMHOST(1, 2, 6));
   EXPECT_EQ(OctetsOf(other), B({0x1A, 0x04, 0x03, 0xC4}));
-  s = PrintOf(other);
+  std::string s = PrintOf(other);
   EXPECT_NE(s.find("Application = 3 (MR)"), std::string::npos) << s;
   EXPECT_EQ(s.find("AMHOST"), std::string::npos) << s;
 
