@@ -9,7 +9,7 @@ namespace CSTA3V6 {
 void AsnThrow(int code) { throw AsnDecodeError(code); }
 
 void AsnFail(AsnBuf &b, const char *line, int code) {
-  b.Err() << line << std::endl;
+  if (b.errStream) *b.errStream << line << std::endl;
   throw AsnDecodeError(code);
 }
 

@@ -26,7 +26,7 @@ class AsnBuf {
   unsigned char *readLoc = nullptr;    // next octet to read
   bool writeError = false;
   bool readError = false;
-  std::ostream *errStream;  // where decoders write their error lines
+  std::ostream *errStream;  // where decoders write their error lines (none when null)
 
   AsnBuf();
 
@@ -39,7 +39,6 @@ class AsnBuf {
 
   size_t DataLen() const { return size_t(dataEnd - dataStart); }
   size_t Remaining() const { return size_t(dataEnd - readLoc); }
-  std::ostream &Err() { return *errStream; }
 
   void PutByteRvs(unsigned char c) {
     if (dataStart > blkStart) {

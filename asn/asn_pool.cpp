@@ -21,6 +21,16 @@
 #define K3_UNPOISON(p, n) ((void)(p), (void)(n))
 #endif
 
+#ifdef _WIN32
+// In a DLL a thread-exit destructor pins the module until every thread that
+// ran one has ended (the C++ runtime takes a reference on it), so a host could
+// no longer unload the library. There the threads that keep blocks are listed
+// instead, and the library's entry point empties a thread's lists when the
+// thread ends and every list when the library is unloaded.
+#define K3_POOL_LISTED 1
+#include <mutex>
+#endif
+
 namespace CSTA3V6 {
 
 namespace {
@@ -39,6 +49,7 @@ struct Lists {
   unsigned count[kAsnPoolClasses];
   size_t idleBytes;
   uint8_t state;
+  Lists *prev, *next;  // among the listed threads' lists
 };
 
 thread_local Lists tlsLists;
@@ -58,13 +69,23 @@ void Drain(Lists &l) {
   l.idleBytes = 0;
 }
 
+#ifdef K3_POOL_LISTED
+std::mutex g_listedLock;
+Lists *g_listed = nullptr;
+
+void Enlist(Lists &l) {
+  std::lock_guard<std::mutex> lock(g_listedLock);
+  l.prev = nullptr;
+  l.next = g_listed;
+  if (g_listed) g_listed->prev = &l;
+  g_listed = &l;
+}
+#else
 // Its destructor runs at thread exit and gives the idle blocks back.
 struct DrainAtExit {
-  ~DrainAtExit() {
-    Drain(tlsLists);
-    tlsLists.state = kGone;
-  }
+  ~DrainAtExit() { AsnPoolThreadEnd(); }
 };
+#endif
 
 constexpr size_t kSmallLimit = 16 * kAsnPoolGrain;
 constexpr size_t kLargeLimit = kSmallLimit + 15 * kAsnPoolLargeGrain;
@@ -127,8 +148,12 @@ void AsnPoolFree(void *p, size_t n) noexcept {
   if (l.state == kUnused) {
     // First block kept on this thread: arrange for the lists to be emptied at
     // its exit.
+#ifdef K3_POOL_LISTED
+    Enlist(l);
+#else
     static thread_local DrainAtExit drain;
     (void)&drain;
+#endif
     l.state = kLive;
   }
   FreeBlock *b = static_cast<FreeBlock *>(p);
@@ -142,6 +167,35 @@ void AsnPoolFree(void *p, size_t n) noexcept {
 unsigned AsnPoolIdle(size_t n) {
   const size_t c = ClassOf(n);
   return c == kAsnPoolClasses ? 0 : tlsLists.count[c];
+}
+
+void AsnPoolThreadEnd() noexcept {
+  Lists &l = tlsLists;
+  if (l.state != kLive) {
+    l.state = kGone;
+    return;
+  }
+#ifdef K3_POOL_LISTED
+  std::lock_guard<std::mutex> lock(g_listedLock);
+  if (l.prev) l.prev->next = l.next;
+  else g_listed = l.next;
+  if (l.next) l.next->prev = l.prev;
+#endif
+  Drain(l);
+  l.state = kGone;
+}
+
+void AsnPoolReleaseAll() noexcept {
+#ifdef K3_POOL_LISTED
+  std::lock_guard<std::mutex> lock(g_listedLock);
+  for (Lists *l = g_listed; l; l = l->next) {
+    Drain(*l);
+    l->state = kGone;
+  }
+  g_listed = nullptr;
+#else
+  AsnPoolThreadEnd();
+#endif
 }
 
 }  // namespace CSTA3V6

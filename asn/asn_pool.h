@@ -34,6 +34,14 @@ void AsnPoolFree(void *p, size_t n) noexcept;
 // sizes that are not pooled, or once the thread's lists are gone).
 unsigned AsnPoolIdle(size_t n);
 
+// Empties the calling thread's lists; its later frees go straight to free.
+// Runs by itself at thread exit, except in the Windows DLL, whose entry point
+// calls it when a thread ends.
+void AsnPoolThreadEnd() noexcept;
+// The Windows DLL's unload: empties every thread's lists. Nothing may use the
+// pool meanwhile. Elsewhere the same as AsnPoolThreadEnd.
+void AsnPoolReleaseAll() noexcept;
+
 }  // namespace CSTA3V6
 
 #endif

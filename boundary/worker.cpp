@@ -7,6 +7,7 @@
 #include <cstring>
 #include <new>
 
+#include "asn/asn_pool.h"
 #include "boundary/boundary.h"
 #include "boundary/diagnostics.h"
 #include "boundary/hooks.h"
@@ -338,13 +339,19 @@ void OnProcessDetach() {
 
 }  // namespace k3b
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
   try {
     switch (reason) {
       case DLL_PROCESS_ATTACH:
         return k3b::OnProcessAttach(instance);
+      case DLL_THREAD_DETACH:
+        CSTA3V6::AsnPoolThreadEnd();
+        return TRUE;
       case DLL_PROCESS_DETACH:
         k3b::OnProcessDetach();
+        // On FreeLibrary only: at process exit the other threads are gone,
+        // perhaps holding the pool's lock, and the memory goes anyway.
+        if (!reserved) CSTA3V6::AsnPoolReleaseAll();
         return TRUE;
       default:
         return TRUE;
