@@ -32,7 +32,9 @@ inline Bytes Cat(std::initializer_list<Bytes> parts) {
   return out;
 }
 inline Bytes S(const std::string &s) { return Bytes(s.begin(), s.end()); }
-inline Bytes TLV(int tag, const Bytes &c) { return Cat({B({tag, int(c.size())}), c}); }  // short lengths only
+inline Bytes TLV(int tag, const Bytes &c) {  // short or one-octet long form
+  return Cat({B({tag}), c.size() < 128 ? B({int(c.size())}) : B({0x81, int(c.size())}), c});
+}
 inline Bytes Int(int64_t v) {  // shortest two's-complement INTEGER
   Bytes c;
   do c.insert(c.begin(), uint8_t(v & 0xFF)), v >>= 8;
