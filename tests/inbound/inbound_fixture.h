@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -98,9 +99,15 @@ struct Host {
   std::vector<std::pair<uint32_t, uint32_t>> replies;  // request id, result
   std::vector<Bytes> events;                         // the 12-byte headers
   uint32_t sendReturn = 1;
+  // Called from inside each callback after it is recorded, to call back into the library.
+  std::function<void(uint32_t invokeId)> onSend;
+  std::function<void(uint32_t requestId, uint32_t result)> onReply;
+  std::function<void(const Bytes &header)> onEvent;
 };
 Host &TheHost();
 std::unique_ptr<CSTAMsg> Decode(const Bytes &ber);
+// Common arguments carrying one PBX private-data item with these octets.
+CSTACommonArguments *PrivateData(const Bytes &octets);
 
 // A request structure in a heap block of exactly its size (ASan sees writes past it).
 struct Block {
@@ -120,7 +127,10 @@ constexpr uint32_t kNow = 1000;
 class Inbound : public ::testing::Test {
  protected:
   void SetUp() override;
-  void TearDown() override { k3::SetInboundConverters(nullptr); }
+  void TearDown() override {
+    k3::SetInboundConverters(nullptr);
+    host = Host();  // no hook outlives the test whose locals it holds
+  }
   Host &host = TheHost();
   // A pending request for the block under invokeId (request id invokeId + 1),
   // with the answer kind the bridge gives its type when it sends it.
