@@ -185,9 +185,9 @@ TEST(PrivateData, ManufacturerCopyAndReplace) {
   src->SetPbxManufacturer();
   src->NewAcl(6, 196)->SetMaint(new MAINT(2, 9));
   PrivateDataChoiceSeq copy(*src);
-  const std::string before = AsnPrintToString(*src);
+  const std::string before = PrintOf(*src);
   delete src;
-  EXPECT_EQ(AsnPrintToString(copy), before);
+  EXPECT_EQ(PrintOf(copy), before);
   ASSERT_NE(copy.Acl(), nullptr);
   EXPECT_EQ(copy.Acl()->maint->CrossRef(), 9u);
 

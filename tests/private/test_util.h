@@ -30,6 +30,10 @@ inline Bytes OctsBytes(const CSTA3V6::AsnOcts &o) {
                reinterpret_cast<const unsigned char *>(o.octs) + o.octetLen);
 }
 
+template <class T>
+std::string PrintOf(const T &v, bool tagged = false) {
+  return CSTA3V6::AsnPrintToString(v, tagged);
+}
 
 template <class T>
 Bytes OctetsOf(const T &v) {
