@@ -18,13 +18,11 @@ Bytes Enc(const T &v) {
 }
 
 // Decodes v from in; returns 0 or the error code. *used gets the decoder's count
-// of octets, *err the error-stream text.
+// of octets.
 template <class T>
-int Dec(const Bytes &in, T &v, CSTA3V6::AsnLen *used = nullptr, std::string *err = nullptr) {
+int Dec(const Bytes &in, T &v, CSTA3V6::AsnLen *used = nullptr) {
   std::ostringstream es;
-  int rc = CSTA3V6::DecodeFrom(in.data(), in.size(), v, es, used);
-  if (err) *err = es.str();
-  return rc;
+  return CSTA3V6::DecodeFrom(in.data(), in.size(), v, es, used);
 }
 
 // Captures what is written to std::cerr while alive.

@@ -15,6 +15,7 @@
 #include "link/engine.h"
 #include "link/platform.h"
 #include "link/request.h"
+#include "tests/inbound/inbound_fixture.h"
 
 namespace {
 
@@ -23,31 +24,19 @@ using Bytes = std::vector<unsigned char>;
 
 // ---- Expected octets, written out by hand ----------------------------------------
 
-Bytes B(std::initializer_list<int> v) { return Bytes(v.begin(), v.end()); }
-Bytes Cat(std::initializer_list<Bytes> parts) {
-  Bytes out;
-  for (const Bytes &p : parts) out.insert(out.end(), p.begin(), p.end());
-  return out;
-}
-Bytes S(const std::string &s) { return Bytes(s.begin(), s.end()); }
-Bytes TLV(int tag, const Bytes &c) {  // short or one-octet long form
-  Bytes len = c.size() < 128 ? B({int(c.size())}) : B({0x81, int(c.size())});
-  return Cat({B({tag}), len, c});
-}
+using inbound_test::B;
+using inbound_test::Cat;
+using inbound_test::Dev211;
+using inbound_test::S;
+using inbound_test::Text;
+using inbound_test::TLV;
 Bytes InvokeId(uint32_t id) { return B({0x02, 0x03, 0x00, int(id >> 8), int(id & 0xFF)}); }
-Bytes PbxItem(const Bytes &priv) {
-  return TLV(0x30, Cat({B({0x06, 0x06, 0x2B, 0x0C, 0x02, 0x88, 0x53, 0x0F}), TLV(0x04, priv)}));
-}
 Bytes EscapeInvoke(uint32_t id, const Bytes &priv) {
-  return TLV(0xA1, Cat({InvokeId(id), B({0x02, 0x01, 0x33}), TLV(0x30, PbxItem(priv))}));
+  return TLV(0xA1, Cat({InvokeId(id), B({0x02, 0x01, 0x33}), inbound_test::EscapeArg(priv)}));
 }
 Bytes Invoke(uint32_t id, const Bytes &op, const Bytes &arg) { return TLV(0xA1, Cat({InvokeId(id), op, arg})); }
 Bytes DeviceId(const std::string &digits) { return TLV(0x30, TLV(0x80, S(digits))); }
-Bytes Amhost(int type, int subtype) {  // ACL2 2/196, AMHOST header with third value 1
-  return B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, type, subtype, 0x00, 0x00, 0x01, 0x00});
-}
-Bytes Dev211(const std::string &d) { return Cat({B({0xD3, int(d.size())}), S(d)}); }
-Bytes Text(int id, const std::string &t) { return Cat({B({id, int(t.size() + 4), int(t.size())}), S(t), B({0})}); }
+Bytes Amhost(int type, int subtype) { return inbound_test::Amhost(type, subtype, 1); }
 
 // ---- Host callbacks ---------------------------------------------------------------
 
@@ -362,7 +351,7 @@ TEST_F(Requests, SendDataNeedsAnOpenDataPath) {
   const Bytes tds = B({0xE0, 0x05, 0x02, 0x01, 0xFF});  // Y, X, 255
   EXPECT_EQ(g_sent[0].ber, Invoke(32768, B({0x02, 0x01, 0x70}),
                                   TLV(0x30, Cat({B({0xA1, 0x06, 0x04, 0x04, 0x01, 0x00, 0x00, 0x00, 0x04, 0x00}),
-                                                 TLV(0x7E, TLV(0xA1, PbxItem(tds)))}))));
+                                                 TLV(0x7E, TLV(0xA1, inbound_test::Item(tds)))}))));
 }
 
 k3::EventDataRecord CdrRecord() {

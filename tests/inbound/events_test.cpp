@@ -13,16 +13,6 @@ DeviceID *Device(const char *digits) {
   return d;
 }
 
-// Common arguments carrying one PBX private-data item with these octets.
-CSTACommonArguments *PrivateData(const Bytes &octets) {
-  auto *ext = new CSTACommonArguments;
-  ext->privateData = new AsnList<CSTAPrivateData>;
-  PrivateDataChoiceSeq *item = k3::NewPbxPrivateItem(*ext->privateData->Append());
-  item->SetRaw(octets.data(), octets.size());
-  item->DecodeData();
-  return ext;
-}
-
 using L = LogicalDeviceFeatureEvents;
 const std::string kXref("\x01\x02", 2);
 

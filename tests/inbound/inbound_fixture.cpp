@@ -6,11 +6,15 @@ namespace inbound_test {
 
 namespace {
 uint32_t K3_CALL OnSend(uint32_t, const void *m, void *, uint32_t id) {
-  TheHost().sent.emplace_back(id, EncodeToVector(*static_cast<const CSTAMsg *>(m)));
-  return TheHost().sendReturn;
+  Host &h = TheHost();
+  h.sent.emplace_back(id, EncodeToVector(*static_cast<const CSTAMsg *>(m)));
+  uint32_t accepted = h.sendReturn;
+  if (h.onSend) h.onSend(id);
+  return accepted;
 }
 uint32_t K3_CALL OnReply(uint32_t, uint32_t requestId, uint32_t result) {
   TheHost().replies.emplace_back(requestId, result);
+  if (TheHost().onReply) TheHost().onReply(requestId, result);
   return 1;
 }
 uint32_t K3_CALL OnEvent(uint32_t, uint32_t w0, uint32_t w1, uint32_t w2, uint32_t p3) {
@@ -19,6 +23,7 @@ uint32_t K3_CALL OnEvent(uint32_t, uint32_t w0, uint32_t w1, uint32_t w2, uint32
   Bytes header(12);
   std::memcpy(header.data(), words, 12);
   TheHost().events.push_back(header);
+  if (TheHost().onEvent) TheHost().onEvent(header);
   return 0;
 }
 }  // namespace
@@ -38,6 +43,14 @@ std::unique_ptr<CSTAMsg> Decode(const Bytes &ber) {
   return rc == 0 ? std::move(msg) : nullptr;
 }
 
+CSTACommonArguments *PrivateData(const Bytes &octets) {
+  auto *ext = new CSTACommonArguments;
+  ext->privateData = new AsnList<CSTAPrivateData>;
+  PrivateDataChoiceSeq *item = k3::NewPbxPrivateItem(*ext->privateData->Append());
+  item->SetRaw(octets.data(), octets.size());
+  item->DecodeData();
+  return ext;
+}
 void Inbound::SetUp() {
   k3::ResetAllForLoad();
   k3::g_callbacks = {};

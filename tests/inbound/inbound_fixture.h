@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -32,7 +33,9 @@ inline Bytes Cat(std::initializer_list<Bytes> parts) {
   return out;
 }
 inline Bytes S(const std::string &s) { return Bytes(s.begin(), s.end()); }
-inline Bytes TLV(int tag, const Bytes &c) { return Cat({B({tag, int(c.size())}), c}); }  // short lengths only
+inline Bytes TLV(int tag, const Bytes &c) {  // short or one-octet long form
+  return Cat({B({tag}), c.size() < 128 ? B({int(c.size())}) : B({0x81, int(c.size())}), c});
+}
 inline Bytes Int(int64_t v) {  // shortest two's-complement INTEGER
   Bytes c;
   do c.insert(c.begin(), uint8_t(v & 0xFF)), v >>= 8;
@@ -96,9 +99,15 @@ struct Host {
   std::vector<std::pair<uint32_t, uint32_t>> replies;  // request id, result
   std::vector<Bytes> events;                         // the 12-byte headers
   uint32_t sendReturn = 1;
+  // Called from inside each callback after it is recorded, to call back into the library.
+  std::function<void(uint32_t invokeId)> onSend;
+  std::function<void(uint32_t requestId, uint32_t result)> onReply;
+  std::function<void(const Bytes &header)> onEvent;
 };
 Host &TheHost();
 std::unique_ptr<CSTAMsg> Decode(const Bytes &ber);
+// Common arguments carrying one PBX private-data item with these octets.
+CSTACommonArguments *PrivateData(const Bytes &octets);
 
 // A request structure in a heap block of exactly its size (ASan sees writes past it).
 struct Block {
@@ -118,7 +127,10 @@ constexpr uint32_t kNow = 1000;
 class Inbound : public ::testing::Test {
  protected:
   void SetUp() override;
-  void TearDown() override { k3::SetInboundConverters(nullptr); }
+  void TearDown() override {
+    k3::SetInboundConverters(nullptr);
+    host = Host();  // no hook outlives the test whose locals it holds
+  }
   Host &host = TheHost();
   // A pending request for the block under invokeId (request id invokeId + 1),
   // with the answer kind the bridge gives its type when it sends it.

@@ -3,67 +3,16 @@
 // library must come out of every such call with its lists intact; under
 // AddressSanitizer a loop that keeps a handle into a list across the call
 // fails here with a use after free.
-#include <functional>
-
 #include "inbound_fixture.h"
 #include "kestrel3_structures.h"
 
 namespace inbound_test {
 namespace {
 
-std::function<void(uint32_t requestId, uint32_t result)> g_onReply;
-std::function<void(uint32_t invokeId)> g_onSend;
-std::function<void(const Bytes &header)> g_onEvent;
-
-uint32_t K3_CALL Send(uint32_t, const void *m, void *, uint32_t id) {
-  TheHost().sent.emplace_back(id, EncodeToVector(*static_cast<const CSTAMsg *>(m)));
-  uint32_t accepted = TheHost().sendReturn;
-  if (g_onSend) g_onSend(id);
-  return accepted;
-}
-uint32_t K3_CALL Reply(uint32_t, uint32_t requestId, uint32_t result) {
-  TheHost().replies.emplace_back(requestId, result);
-  if (g_onReply) g_onReply(requestId, result);
-  return 1;
-}
-uint32_t K3_CALL Event(uint32_t, uint32_t w0, uint32_t w1, uint32_t w2, uint32_t) {
-  uint32_t words[3] = {w0, w1, w2};
-  Bytes header(12);
-  std::memcpy(header.data(), words, 12);
-  TheHost().events.push_back(header);
-  if (g_onEvent) g_onEvent(header);
-  return 0;
-}
-
 using Replies = std::vector<std::pair<uint32_t, uint32_t>>;
-
-// The private data a startDataPath must carry: element 3 with value 7.
-CSTACommonArguments *PathPrivateData() {
-  auto *ext = new CSTACommonArguments;
-  ext->privateData = new AsnList<CSTAPrivateData>;
-  PrivateDataChoiceSeq *item = k3::NewPbxPrivateItem(*ext->privateData->Append());
-  item->SetRaw("\xE0\x05\x07\x00\x00", 5);
-  item->DecodeData();
-  return ext;
-}
 
 class Reentry : public Inbound {
  protected:
-  void SetUp() override {
-    Inbound::SetUp();
-    g_onReply = nullptr;
-    g_onSend = nullptr;
-    g_onEvent = nullptr;
-    k3::g_callbacks.send = Send;
-    k3::g_callbacks.reply = Reply;
-    k3::g_callbacks.event = Event;
-  }
-  void TearDown() override {
-    g_onReply = nullptr;
-    g_onSend = nullptr;
-    g_onEvent = nullptr;
-    Inbound::TearDown();
-  }
   // A request that goes to the PBX: 0x41 asks for the PBX's time.
   uint32_t Request(uint32_t requestId, Block &b) {
     return k3::ProcessDevSpecificRequest(0, requestId, b.p.get(), b.size);
@@ -78,7 +27,7 @@ TEST_F(Reentry, SweepRepliesThatCloseAnswerOrRequest) {
   k3::AddPending(0, {40030, 0x43, young.p.get(), 3, 40031, 0, kNow + 50000, kNow + 140000});
   // The first expired request's reply closes the line: the others are
   // dropped unanswered, like every request a close finds.
-  g_onReply = [](uint32_t requestId, uint32_t) {
+  host.onReply = [](uint32_t requestId, uint32_t) {
     if (requestId == 40001) k3::LineReset(0);
   };
   k3::SweepTimeouts(kNow + 90001);
@@ -92,7 +41,7 @@ TEST_F(Reentry, SweepRepliesThatCloseAnswerOrRequest) {
   Pend(40000, a);
   Pend(40010, b);
   Block fresh(0x41, 8);
-  g_onReply = [&](uint32_t requestId, uint32_t) {
+  host.onReply = [&](uint32_t requestId, uint32_t) {
     if (requestId != 40001) return;
     Dispatch(Roer(40010));
     Dispatch(Rors(40010, 51, EscapeRes(Item(Amhost(8, 2, 2)))));
@@ -109,7 +58,7 @@ TEST_F(Reentry, ErrorRepliesThatCloseAndRequestAgain) {
   // new request must stay pending, whatever memory its entry reuses.
   Block a(0x43, 3), fresh(0x41, 8);
   Pend(40000, a);
-  g_onReply = [&](uint32_t requestId, uint32_t) {
+  host.onReply = [&](uint32_t requestId, uint32_t) {
     if (requestId != 40001) return;
     k3::LineReset(0);
     Request(77, fresh);
@@ -122,7 +71,7 @@ TEST_F(Reentry, ErrorRepliesThatCloseAndRequestAgain) {
   // The same through a result whose converter replies.
   const uint32_t freshId = k3::Line(0).pending.front().invokeId;
   Block again(0x41, 8);
-  g_onReply = [&](uint32_t requestId, uint32_t) {
+  host.onReply = [&](uint32_t requestId, uint32_t) {
     if (requestId != 77) return;
     k3::LineReset(0);
     Request(78, again);
@@ -141,7 +90,7 @@ TEST_F(Reentry, ListCompletionWhoseReplyClosesOrQueriesAgain) {
   const uint32_t queryId = host.sent[0].first;
   Pend(queryId, query);
   // The query's completion closes the line and queries again from the reply.
-  g_onReply = [&](uint32_t requestId, uint32_t) {
+  host.onReply = [&](uint32_t requestId, uint32_t) {
     if (requestId != queryId + 1) return;
     k3::LineReset(0);
     Request(6, second);
@@ -159,7 +108,7 @@ TEST_F(Reentry, ListCompletionWhoseReplyClosesOrQueriesAgain) {
   // Without a close: the reply of a completed query may start the next one.
   const uint32_t secondId = host.sent[1].first;
   Pend(secondId, second);
-  g_onReply = [&](uint32_t requestId, uint32_t) {
+  host.onReply = [&](uint32_t requestId, uint32_t) {
     if (requestId == secondId + 1) Request(7, third);
   };
   Dispatch(Roiv(503, 51, EscapeArg(Cat({Amhost(7, 2, 2), Dev211("104"), Dev211("105")}))));
@@ -178,12 +127,12 @@ TEST_F(Reentry, SendCallbacksThatHandInMessagesOrClose) {
     (arg->object = new CSTAObject)->deviceObject = new DeviceID;
     arg->object->deviceObject->deviceIdentifier = new DeviceIDChoice;
     arg->object->deviceObject->deviceIdentifier->dialingNumber = new NumberDigits("DP1");
-    arg->extensions = PathPrivateData();
+    arg->extensions = PrivateData(B({0xE0, 0x05, 0x07, 0x00, 0x00}));
     return arg;
   }()));
   ASSERT_EQ(k3::Line(0).dataPaths.size(), 1u);
   const std::string xref(4, '\0');
-  g_onSend = [&](uint32_t invokeId) {
+  host.onSend = [&](uint32_t invokeId) {
     if (invokeId == 710) Dispatch(PathMessage(711, 111, xref));
   };
   Dispatch(PathMessage(710, 112, xref, "hello"));
@@ -196,12 +145,12 @@ TEST_F(Reentry, SendCallbacksThatHandInMessagesOrClose) {
   // The same answer's send callback closes the line.
   Dispatch(Invoke(2, 110, [] {
     auto *arg = new StartDataPathArgument;
-    arg->extensions = PathPrivateData();
+    arg->extensions = PrivateData(B({0xE0, 0x05, 0x07, 0x00, 0x00}));
     return arg;
   }()));
   ASSERT_EQ(k3::Line(0).dataPaths.size(), 1u);
   const std::string xref2("\x01\x00\x00\x00", 4);
-  g_onSend = [&](uint32_t invokeId) {
+  host.onSend = [&](uint32_t invokeId) {
     if (invokeId == 720) k3::LineReset(0);
   };
   Dispatch(PathMessage(720, 112, xref2, "x"));
@@ -211,7 +160,7 @@ TEST_F(Reentry, SendCallbacksThatHandInMessagesOrClose) {
   // is kept nowhere, and nothing is left half done.
   Block query(0x61, 21);
   Request(5, query);
-  g_onSend = [&](uint32_t invokeId) {
+  host.onSend = [&](uint32_t invokeId) {
     if (invokeId == 0) k3::LineReset(0);
   };
   Dispatch(Roiv(600, 51, EscapeArg(Cat({Amhost(7, 2, 6), Dev211("101")}))));
@@ -223,7 +172,7 @@ TEST_F(Reentry, AnswersHandedInFromTheSendCallback) {
   // The host hands in the PBX's answer before its send callback returns: the
   // request is completed by that answer, once, and nothing stays pending.
   Block time(0x41, 8);
-  g_onSend = [&](uint32_t invokeId) {
+  host.onSend = [&](uint32_t invokeId) {
     Dispatch(Rors(invokeId, 51, EscapeRes(Item(Cat({Amhost(8, 2, 2), B({0xF8, 6, 0, 12, 30, 45})})))));
   };
   EXPECT_EQ(Request(10, time), 0u);
@@ -236,7 +185,7 @@ TEST_F(Reentry, AnswersHandedInFromTheSendCallback) {
   loop.p[2] = 'x';
   loop.p[53] = 1;
   host.replies.clear();
-  g_onSend = [&](uint32_t invokeId) { Dispatch(Rors(invokeId, 51, EscapeRes(Item(Maint(1, 0, B({1, 2, 3})))))); };
+  host.onSend = [&](uint32_t invokeId) { Dispatch(Rors(invokeId, 51, EscapeRes(Item(Maint(1, 0, B({1, 2, 3})))))); };
   k3::ProcessDevSpecificRequest(0, 16, loop.p.get(), 54);
   EXPECT_EQ(host.replies, (Replies{{16, 0}}));
   EXPECT_EQ(loop.Range(2, 5), B({1, 2, 3}));
@@ -246,14 +195,14 @@ TEST_F(Reentry, AnswersHandedInFromTheSendCallback) {
   // An error handed in, then the send refused: one completion, the error's.
   host.replies.clear();
   host.sendReturn = 0;
-  g_onSend = [&](uint32_t invokeId) { Dispatch(Roer(invokeId)); };
+  host.onSend = [&](uint32_t invokeId) { Dispatch(Roer(invokeId)); };
   Request(11, time);
   EXPECT_EQ(host.replies, (Replies{{11, 0xC0000014}}));
   EXPECT_EQ(PendingCount(), 0u);
 
   // Refused without an answer: no answer found, the refusal completes it.
   host.replies.clear();
-  g_onSend = nullptr;
+  host.onSend = nullptr;
   Request(12, time);
   EXPECT_EQ(host.replies, (Replies{{12, 0xC0000012}}));
   EXPECT_EQ(PendingCount(), 0u);
@@ -263,12 +212,12 @@ TEST_F(Reentry, AnswersHandedInFromTheSendCallback) {
   host.replies.clear();
   host.sendReturn = 1;
   uint32_t sentId = 0;
-  g_onSend = [&](uint32_t invokeId) {
+  host.onSend = [&](uint32_t invokeId) {
     sentId = invokeId;
     k3::LineReset(0);
   };
   Request(13, time);
-  g_onSend = nullptr;
+  host.onSend = nullptr;
   Dispatch(Roer(sentId));
   EXPECT_TRUE(host.replies.empty());
   EXPECT_EQ(PendingCount(), 0u);
@@ -276,8 +225,8 @@ TEST_F(Reentry, AnswersHandedInFromTheSendCallback) {
   // A request made from inside another request's send callback: both go out
   // and both wait for their own answers.
   Block other(0x41, 8);
-  g_onSend = [&](uint32_t) {
-    g_onSend = nullptr;
+  host.onSend = [&](uint32_t) {
+    host.onSend = nullptr;
     Request(15, other);
   };
   Request(14, time);
@@ -306,7 +255,7 @@ TEST_F(Reentry, EventCallbacksThatRequestAndChangeMonitors) {
     return Invoke(1, 21, arg);
   };
   Block fetch(DS_GET_STORED_RECORD, 36);
-  g_onEvent = [&](const Bytes &header) {
+  host.onEvent = [&](const Bytes &header) {
     std::memcpy(&fetch.p[2], &header[2], 4);
     Request(90, fetch);
     k3::MonitorStopHandler(0, "4711");
@@ -321,7 +270,7 @@ TEST_F(Reentry, EventCallbacksThatRequestAndChangeMonitors) {
   EXPECT_EQ(host.events.size(), 1u);
 
   // An event callback that closes the line while a CDR report is raised.
-  g_onEvent = [](const Bytes &) { k3::LineReset(0); };
+  host.onEvent = [](const Bytes &) { k3::LineReset(0); };
   Dispatch(Invoke(3, 361, new CDRReportArgument));
   EXPECT_EQ(host.events.size(), 2u);
   EXPECT_TRUE(k3::Line(0).events.empty());
