@@ -90,10 +90,9 @@ def summary_lines(out):
     return [l for l in out.splitlines() if l.startswith("@")]
 
 
-def main():
-    exe, capture = sys.argv[1], sys.argv[2]
+def read_capture(path):
     msgs = []
-    with open(capture) as f:
+    with open(path) as f:
         for line in f:
             if line.startswith("#") or not line.strip():
                 continue
@@ -101,9 +100,10 @@ def main():
             m = bytes(int(x, 16) for x in octets)
             assert len(m) == int(n)
             msgs.append(m)
-    stream = b"".join(msgs)
-    offsets = [sum(len(m) for m in msgs[:i]) for i in range(len(msgs))]
+    return msgs
 
+
+def check_clean_stream(exe, msgs, stream, offsets):
     # 1. The whole stream: one line per message at its own offset, in order, and
     #    the counts by kind and operation.
     rc, out, err = decode(exe, ["--stream", "--summary", "FILE"], stream)
@@ -134,6 +134,8 @@ def main():
     check(rc == 0 and heads == ["@%d length %d" % (o, len(m)) for o, m in zip(offsets, msgs)], "full print heads")
     check(out.count("rOSE.") == len(msgs), "full print: %d values" % out.count("rOSE."))
 
+
+def check_garbage(exe, msgs, stream, offsets):
     # 2. Garbage between messages 10 and 11 (no APDU tag): skipped, reported at its
     #    offset, and every message found at its shifted offset.
     junk = bytes([0x00, 0xFF, 0x13, 0x30])
@@ -155,6 +157,8 @@ def main():
         check(len(lines) == len(msgs) + 1 and lines[i + 1].startswith("@%d %d %s" % (offsets[i] + 2, len(msgs[i]), KINDS[tag])),
               "garbage before a %s: %r" % (KINDS[tag], lines[i:i + 2]))
 
+
+def check_bad_content(exe, msgs, stream, offsets):
     # 3. A message whose frame is sound but whose content is not (an invoke of an
     #    unknown operation with an argument): reported as one failed message, the
     #    next one decodes at the end of its frame.
@@ -170,6 +174,8 @@ def main():
     check(lines[k + 1].startswith("@%d %d " % (offsets[k + 1], len(msgs[k + 1]))), "bad content: next message lost")
     check("%d decoded, 1 failed\n" % (len(msgs) - 1) in out, "bad content: summary")
 
+
+def check_cut_and_bad_length(exe, msgs, stream, offsets):
     # 4. A frame whose length overruns the stream (the capture was cut): the rest is
     #    skipped to the end, everything before it is intact.
     cut = stream[:offsets[-1] + len(msgs[-1]) // 2]
@@ -190,6 +196,8 @@ def main():
     found = {int(l.split()[0][1:]) for l in lines if "skipped" not in l and "decode error" not in l}
     check(rc == 1 and set(offsets) - found == {offsets[j]}, "bad length: lost %s" % sorted(set(offsets) - found))
 
+
+def check_random_damage(exe, msgs, stream, offsets):
     # Damage anywhere: every octet of the stream is accounted for exactly once, in
     # order (a message, a failed frame, or a skip), and the program never crashes.
     rnd = random.Random(14)
@@ -207,6 +215,8 @@ def main():
             pos = int(m.group(2)) if m.group(2) else pos + int(m.group(3))
         check(ok and pos == len(broken), "damaged stream %d: exit %d, accounted to %d of %d %s" % (trial, rc, pos, len(broken), err[-300:]))
 
+
+def check_usage(exe, msgs, stream, offsets):
     # 6. Exit status 2 for usage and input errors; the single-message mode still
     #    reads one message and tells of octets after it.
     for args, data, stdin in ((["--stream"], None, None), (["--bogus", "FILE"], b"\xa1", None),
@@ -219,6 +229,16 @@ def main():
           "single message with trailing octets")
     rc, out, _ = decode(exe, ["--summary", "FILE"], msgs[1])
     check(rc == 0 and out == "@0 %d %s\n" % (len(msgs[1]), expected_line(msgs[1])[0]), "single --summary: %r" % out)
+
+
+def main():
+    exe, capture = sys.argv[1], sys.argv[2]
+    msgs = read_capture(capture)
+    stream = b"".join(msgs)
+    offsets = [sum(len(m) for m in msgs[:i]) for i in range(len(msgs))]
+    for check_part in (check_clean_stream, check_garbage, check_bad_content, check_cut_and_bad_length,
+                       check_random_damage, check_usage):
+        check_part(exe, msgs, stream, offsets)
 
     for f in failures:
         print("FAIL:", f)

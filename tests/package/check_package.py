@@ -111,6 +111,119 @@ def debuglink(objdump, dll):
     return name.decode(), struct.unpack_from("<I", data, off)[0]
 
 
+def check_contents(pkg, work, version):
+    lib = os.path.join(pkg, "lib")
+    # Contents and checksums.
+    for f in FILES:
+        check(os.path.isfile(os.path.join(pkg, f)), "missing " + f)
+    listed = {}
+    with open(os.path.join(pkg, "SHA256SUMS")) as f:
+        for line in f:
+            digest, rel = line.rstrip("\n").split("  ", 1)
+            listed[rel] = digest
+    present = {os.path.relpath(os.path.join(d, f), pkg).replace(os.sep, "/")
+               for d, _, fs in os.walk(pkg) for f in fs} - {"SHA256SUMS"}
+    check(set(listed) == present, "SHA256SUMS lists %s, tree has %s" % (sorted(set(listed) ^ present), ""))
+    for rel, digest in listed.items():
+        with open(os.path.join(pkg, rel), "rb") as f:
+            check(hashlib.sha256(f.read()).hexdigest() == digest, "checksum of " + rel)
+    check(not any(n.startswith(("libgtest", "gtest")) for n in os.listdir(lib)), "GoogleTest is shipped")
+
+
+def check_image(pkg, work, version):
+    bin_ = os.path.join(pkg, "bin")
+    # The DLL's image.
+    dll = os.path.join(bin_, "Kestrel3.dll")
+    image = open(dll, "rb").read()
+    check(len(image) < 5 * 1024 * 1024, "Kestrel3.dll is %d bytes" % len(image))
+    objdump = MINGW + "-objdump"
+    exports, imports, lines = read_image(objdump, dll)
+    check(exports == EXPORTS, "exports: extra %s, missing %s" % (sorted(exports - EXPORTS), sorted(EXPORTS - exports)))
+    check(imports and imports <= SYSTEM_DLLS, "imports beyond the system DLLs: %s" % sorted(imports - SYSTEM_DLLS))
+    sections = {l.split()[1] for l in lines if re.match(r"^\s+\d+ \.", l)}
+    check(".rsrc" in sections and not any(s.startswith(".debug") for s in sections),
+          "sections: %s" % sorted(sections))
+    check(fixed_file_version(image) == version, "file version %s, package says %s" % (fixed_file_version(image), version))
+    check(b"Lumen\r\n" in image and b"%1\r\n" in image, "message table texts missing")
+    link = debuglink(objdump, dll)
+    debug = os.path.join(bin_, "Kestrel3.dll.debug")
+    crc = zlib.crc32(open(debug, "rb").read()) & 0xFFFFFFFF
+    check(link == ("Kestrel3.dll.debug", crc), "debug link %s, debug file CRC %08x" % (link, crc))
+    rc, out = run([objdump, "-h", debug])
+    check(".debug_info" in out, "the debug file holds no .debug_info")
+
+
+def check_c_hosts(pkg, work, version):
+    bin_, lib, inc = (os.path.join(pkg, d) for d in ("bin", "lib", "include"))
+    # k3_demo.c, as C, against the header and the MinGW import library.
+    gcc = MINGW + "-gcc"
+    rc, out = run([gcc, "-std=c11", "-Wall", "-Werror", "-O2", "-I", inc, os.path.join(pkg, "host", "k3_demo.c"),
+                   "-L", lib, "-lKestrel3", "-o", os.path.join(bin_, "k3_demo.exe")])
+    check(rc == 0, "building k3_demo.exe: " + out)
+    # The minimal host printed in HOST.md, as it stands there.
+    guide = open(os.path.join(pkg, "HOST.md")).read()
+    example = re.search(r"## 12\..*?```c\n(.*?)```", guide, re.S)
+    if check(example, "HOST.md has no C example in section 12"):
+        with open(os.path.join(work, "guide.c"), "w") as f:
+            f.write(example.group(1))
+        rc, out = run([gcc, "-std=c11", "-Wall", "-Werror", "-Wno-unused-variable", "-I", inc,
+                       os.path.join(work, "guide.c"), "-L", lib, "-lKestrel3", "-o", os.path.join(bin_, "guide.exe")])
+        if check(rc == 0, "building the HOST.md example: " + out):
+            rc, out = run([WINE, "guide.exe"], cwd=bin_)
+            check(rc == 0, "the HOST.md example exited with %d %s" % (rc, out))
+    rc, out = run([WINE, "k3_demo.exe"], cwd=bin_)
+    check(rc == 0 and '"1, 1, 0, 13" (12 bytes written)' in out and "unloaded" in out, "k3_demo: %d %s" % (rc, out))
+
+
+def check_msvc_host(pkg, work, version):
+    bin_, lib, inc = (os.path.join(pkg, d) for d in ("bin", "lib", "include"))
+    # Microsoft's linker's mode: the twelve exports in Kestrel3.lib, and a
+    # program linked by lld-link that runs.
+    rc, out = run(["llvm-nm", os.path.join(lib, "Kestrel3.lib")])
+    imp = {l.split()[-1][len("__imp_"):] for l in out.splitlines() if "__imp_" in l}
+    check(imp == EXPORTS, "Kestrel3.lib import symbols: %s" % sorted(imp ^ EXPORTS))
+    with open(os.path.join(work, "msvc.c"), "w") as f:
+        f.write(MSVC_C)
+    with open(os.path.join(work, "kernel32.def"), "w") as f:
+        f.write("LIBRARY kernel32.dll\nEXPORTS\n  ExitProcess\n")
+    steps = [
+        ["llvm-dlltool", "-m", "i386:x86-64", "-d", os.path.join(work, "kernel32.def"), "-l",
+         os.path.join(work, "kernel32.lib")],
+        ["clang", "--target=x86_64-pc-windows-msvc", "-ffreestanding", "-fno-stack-protector", "-O2", "-I", inc,
+         "-c", os.path.join(work, "msvc.c"), "-o", os.path.join(work, "msvc.obj")],
+        ["lld-link", "/nologo", "/entry:start", "/subsystem:console", "/nodefaultlib",
+         "/out:" + os.path.join(bin_, "msvc.exe"), os.path.join(work, "msvc.obj"),
+         os.path.join(lib, "Kestrel3.lib"), os.path.join(work, "kernel32.lib")],
+    ]
+    for step in steps:
+        rc, out = run(step)
+        if not check(rc == 0, "%s: %s" % (step[0], out)):
+            break
+    else:
+        rc, out = run([WINE, "msvc.exe"], cwd=bin_)
+        check(rc == 0, "the lld-link program exited with %d %s" % (rc, out))
+
+
+def check_model_host(pkg, work, version):
+    bin_, lib, inc = (os.path.join(pkg, d) for d in ("bin", "lib", "include"))
+    # A C++ host that shares the codec, with the compiler and flags HOST.md names.
+    with open(os.path.join(work, "model.cpp"), "w") as f:
+        f.write(MODEL_CPP)
+    rc, out = run([MINGW + "-g++-posix", "-std=c++17", "-O2", "-I", inc, os.path.join(work, "model.cpp"),
+                   os.path.join(lib, "libk3csta3.a"), os.path.join(lib, "libk3asn.a"),
+                   "-static-libgcc", "-static-libstdc++", "-static", "-o", os.path.join(bin_, "model.exe")])
+    if check(rc == 0, "building the model host: " + out[-2000:]):
+        rc, out = run([WINE, "model.exe"], cwd=bin_)
+        check(rc == 0 and "model round trip ok" in out, "model host: %d %s" % (rc, out))
+
+
+def check_decoder(pkg, work, version):
+    bin_ = os.path.join(pkg, "bin")
+    # csta3-decode.exe on one message.
+    rc, out = run([WINE, "csta3-decode.exe", "--hex"], cwd=bin_, stdin="A1 0D 02 01 02 02 01 33 30 05 04 03 41 42 43\n")
+    check(rc == 0 and "rOSE.roiv-apdu" in out and 'privateData.string = "ABC"' in out, "csta3-decode --hex: %d %s" % (rc, out))
+
+
 def main():
     archive = os.path.abspath(sys.argv[1])
     base = os.path.basename(archive)
@@ -125,102 +238,9 @@ def main():
             check(tops == {base[:-4]}, "one top folder named after the package: %s" % sorted(tops))
             z.extractall(work)
         pkg = os.path.join(work, base[:-4])
-        bin_, lib, inc = (os.path.join(pkg, d) for d in ("bin", "lib", "include"))
-
-        # Contents and checksums.
-        for f in FILES:
-            check(os.path.isfile(os.path.join(pkg, f)), "missing " + f)
-        listed = {}
-        with open(os.path.join(pkg, "SHA256SUMS")) as f:
-            for line in f:
-                digest, rel = line.rstrip("\n").split("  ", 1)
-                listed[rel] = digest
-        present = {os.path.relpath(os.path.join(d, f), pkg).replace(os.sep, "/")
-                   for d, _, fs in os.walk(pkg) for f in fs} - {"SHA256SUMS"}
-        check(set(listed) == present, "SHA256SUMS lists %s, tree has %s" % (sorted(set(listed) ^ present), ""))
-        for rel, digest in listed.items():
-            with open(os.path.join(pkg, rel), "rb") as f:
-                check(hashlib.sha256(f.read()).hexdigest() == digest, "checksum of " + rel)
-        check(not any(n.startswith(("libgtest", "gtest")) for n in os.listdir(lib)), "GoogleTest is shipped")
-
-        # The DLL's image.
-        dll = os.path.join(bin_, "Kestrel3.dll")
-        image = open(dll, "rb").read()
-        check(len(image) < 5 * 1024 * 1024, "Kestrel3.dll is %d bytes" % len(image))
-        objdump = MINGW + "-objdump"
-        exports, imports, lines = read_image(objdump, dll)
-        check(exports == EXPORTS, "exports: extra %s, missing %s" % (sorted(exports - EXPORTS), sorted(EXPORTS - exports)))
-        check(imports and imports <= SYSTEM_DLLS, "imports beyond the system DLLs: %s" % sorted(imports - SYSTEM_DLLS))
-        sections = {l.split()[1] for l in lines if re.match(r"^\s+\d+ \.", l)}
-        check(".rsrc" in sections and not any(s.startswith(".debug") for s in sections),
-              "sections: %s" % sorted(sections))
-        check(fixed_file_version(image) == version, "file version %s, package says %s" % (fixed_file_version(image), version))
-        check(b"Lumen\r\n" in image and b"%1\r\n" in image, "message table texts missing")
-        link = debuglink(objdump, dll)
-        debug = os.path.join(bin_, "Kestrel3.dll.debug")
-        crc = zlib.crc32(open(debug, "rb").read()) & 0xFFFFFFFF
-        check(link == ("Kestrel3.dll.debug", crc), "debug link %s, debug file CRC %08x" % (link, crc))
-        rc, out = run([objdump, "-h", debug])
-        check(".debug_info" in out, "the debug file holds no .debug_info")
-
-        # k3_demo.c, as C, against the header and the MinGW import library.
-        gcc = MINGW + "-gcc"
-        rc, out = run([gcc, "-std=c11", "-Wall", "-Werror", "-O2", "-I", inc, os.path.join(pkg, "host", "k3_demo.c"),
-                       "-L", lib, "-lKestrel3", "-o", os.path.join(bin_, "k3_demo.exe")])
-        check(rc == 0, "building k3_demo.exe: " + out)
-        # The minimal host printed in HOST.md, as it stands there.
-        guide = open(os.path.join(pkg, "HOST.md")).read()
-        example = re.search(r"## 12\..*?```c\n(.*?)```", guide, re.S)
-        if check(example, "HOST.md has no C example in section 12"):
-            with open(os.path.join(work, "guide.c"), "w") as f:
-                f.write(example.group(1))
-            rc, out = run([gcc, "-std=c11", "-Wall", "-Werror", "-Wno-unused-variable", "-I", inc,
-                           os.path.join(work, "guide.c"), "-L", lib, "-lKestrel3", "-o", os.path.join(bin_, "guide.exe")])
-            if check(rc == 0, "building the HOST.md example: " + out):
-                rc, out = run([WINE, "guide.exe"], cwd=bin_)
-                check(rc == 0, "the HOST.md example exited with %d %s" % (rc, out))
-        rc, out = run([WINE, "k3_demo.exe"], cwd=bin_)
-        check(rc == 0 and '"1, 1, 0, 13" (12 bytes written)' in out and "unloaded" in out, "k3_demo: %d %s" % (rc, out))
-
-        # Microsoft's linker's mode: the twelve exports in Kestrel3.lib, and a
-        # program linked by lld-link that runs.
-        rc, out = run(["llvm-nm", os.path.join(lib, "Kestrel3.lib")])
-        imp = {l.split()[-1][len("__imp_"):] for l in out.splitlines() if "__imp_" in l}
-        check(imp == EXPORTS, "Kestrel3.lib import symbols: %s" % sorted(imp ^ EXPORTS))
-        with open(os.path.join(work, "msvc.c"), "w") as f:
-            f.write(MSVC_C)
-        with open(os.path.join(work, "kernel32.def"), "w") as f:
-            f.write("LIBRARY kernel32.dll\nEXPORTS\n  ExitProcess\n")
-        steps = [
-            ["llvm-dlltool", "-m", "i386:x86-64", "-d", os.path.join(work, "kernel32.def"), "-l",
-             os.path.join(work, "kernel32.lib")],
-            ["clang", "--target=x86_64-pc-windows-msvc", "-ffreestanding", "-fno-stack-protector", "-O2", "-I", inc,
-             "-c", os.path.join(work, "msvc.c"), "-o", os.path.join(work, "msvc.obj")],
-            ["lld-link", "/nologo", "/entry:start", "/subsystem:console", "/nodefaultlib",
-             "/out:" + os.path.join(bin_, "msvc.exe"), os.path.join(work, "msvc.obj"),
-             os.path.join(lib, "Kestrel3.lib"), os.path.join(work, "kernel32.lib")],
-        ]
-        for step in steps:
-            rc, out = run(step)
-            if not check(rc == 0, "%s: %s" % (step[0], out)):
-                break
-        else:
-            rc, out = run([WINE, "msvc.exe"], cwd=bin_)
-            check(rc == 0, "the lld-link program exited with %d %s" % (rc, out))
-
-        # A C++ host that shares the codec, with the compiler and flags HOST.md names.
-        with open(os.path.join(work, "model.cpp"), "w") as f:
-            f.write(MODEL_CPP)
-        rc, out = run([MINGW + "-g++-posix", "-std=c++17", "-O2", "-I", inc, os.path.join(work, "model.cpp"),
-                       os.path.join(lib, "libk3csta3.a"), os.path.join(lib, "libk3asn.a"),
-                       "-static-libgcc", "-static-libstdc++", "-static", "-o", os.path.join(bin_, "model.exe")])
-        if check(rc == 0, "building the model host: " + out[-2000:]):
-            rc, out = run([WINE, "model.exe"], cwd=bin_)
-            check(rc == 0 and "model round trip ok" in out, "model host: %d %s" % (rc, out))
-
-        # csta3-decode.exe on one message.
-        rc, out = run([WINE, "csta3-decode.exe", "--hex"], cwd=bin_, stdin="A1 0D 02 01 02 02 01 33 30 05 04 03 41 42 43\n")
-        check(rc == 0 and "rOSE.roiv-apdu" in out and 'privateData.string = "ABC"' in out, "csta3-decode --hex: %d %s" % (rc, out))
+        for check_part in (check_contents, check_image, check_c_hosts, check_msvc_host, check_model_host,
+                           check_decoder):
+            check_part(pkg, work, version)
     finally:
         shutil.rmtree(work, ignore_errors=True)
     print("package %s: %d checks failed" % (base, len(failures)))

@@ -445,6 +445,110 @@ uint64_t PrivateBytes() {
   return sum;
 }
 
+struct BatchRun {
+  double secs = 0;
+  uint64_t baseline = 0;  // private bytes after the warm-up batch
+  uint32_t resets = 0, stalled = 0;
+};
+
+// Hands the host threads one batch at a time; after each, waits for it to
+// drain, then closes and reopens the line.
+BatchRun RunBatches(uint32_t batch, uint32_t hosts) {
+  BatchRun r;
+  auto start = std::chrono::steady_clock::now();
+  for (uint32_t begin = 0; begin < g_slotCount; begin += batch) {
+    uint32_t end = std::min(begin + batch, g_slotCount);
+    {
+      std::lock_guard<std::mutex> l(g_batchLock);
+      g_hostsDone = 0;
+      g_batchEnd = end;
+      ++g_batchNo;
+      g_batchCv.notify_all();
+    }
+    {
+      std::unique_lock<std::mutex> l(g_batchLock);
+      g_batchCv.wait(l, [&] { return g_hostsDone == int(hosts); });
+    }
+    // Drain: every answer handed over and every immediate completion arrived.
+    bool drained = false;
+    for (int wait = 0; wait < 60000 && !drained; wait += 5) {
+      {
+        std::lock_guard<std::mutex> l(g_pbxLock);
+        drained = g_outstanding.load() == 0 && g_pbxQueue.empty() && g_pbxBusy == 0;
+      }
+      if (!drained) Sleep(5);
+    }
+    if (!drained) {
+      ++r.stalled;
+      std::printf("batch ending at %u did not drain: %lld request(s) outstanding\n", end,
+                  (long long)g_outstanding.load());
+      break;
+    }
+    // Pause, close, reopen: what is still open now is dropped without a completion.
+    g_dll.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
+    for (uint32_t i = begin; i < end; ++i)
+      if (g_slots[i].completions.load() == 0) g_slots[i].dropped = true;
+    ++r.resets;
+    if (begin == 0) {
+      Sleep(100);
+      r.baseline = PrivateBytes();
+    }
+    g_dll.lineOpen(0, 0x00020000, OnReply, OnEvent, nullptr, OnSend, nullptr);
+    Sleep(20);  // the reopen is queued behind nothing; let the worker take it
+  }
+  r.secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return r;
+}
+
+void StopThreads(std::vector<std::thread> &threads) {
+  {
+    std::lock_guard<std::mutex> l(g_batchLock);
+    g_hostStop = true;
+    g_batchCv.notify_all();
+  }
+  {
+    std::lock_guard<std::mutex> l(g_pbxLock);
+    g_pbxStop = true;
+    g_pbxCv.notify_all();
+  }
+  for (std::thread &t : threads) t.join();
+}
+
+struct Tally {
+  uint32_t issued = 0, ok = 0, bad = 0, completions = 0, dropped = 0, overtaken = 0;
+};
+
+// Per request: the outcome its plan calls for.
+Tally JudgeRequests() {
+  Tally t;
+  std::vector<uint32_t> byPlanBad(kPlanCount, 0);
+  t.issued = std::min(g_next.load(), g_slotCount);
+  for (uint32_t i = 0; i < t.issued; ++i) {
+    Slot &s = g_slots[i];
+    const PlanText &p = *g_plans[s.plan].text;
+    uint32_t n = s.completions.load();
+    t.completions += n;
+    if (s.dropped) ++t.dropped;
+    bool ok;
+    switch (p.outcome) {
+      case Outcome::Once: ok = n == 1 && s.result.load() == p.result; break;
+      case Outcome::Never: ok = n == 0; break;
+      default: ok = n <= 1 && !(n == 0 && !s.dropped); break;
+    }
+    // A close in a callback may drop a request or refuse it; never complete it twice.
+    if (!ok && (s.epochSettled.load() != s.epochIssued || s.refusedByClose || s.beforeReset) && n <= 1 &&
+        (n == 0 || s.result.load() == p.result || s.result.load() == K3_RESULT_NOT_QUEUED)) {
+      ok = true;
+      ++t.overtaken;
+    }
+    if (ok) ++t.ok;
+    else if (++t.bad, ++byPlanBad[s.plan] <= 3)
+      std::printf("FAILED: request %u (%s): %u completion(s), last result 0x%08X%s\n", i + 1, p.label, n,
+                  s.result.load(), s.dropped ? ", dropped by a line reset" : "");
+  }
+  return t;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -477,95 +581,14 @@ int main(int argc, char **argv) {
     if (!ok) std::printf("FAILED: %s (%g, %g)\n", what, a, b);
   };
 
-  auto start = std::chrono::steady_clock::now();
-  uint64_t baseline = 0;
-  uint32_t resets = 0, stalled = 0;
-  for (uint32_t begin = 0; begin < g_slotCount; begin += batch) {
-    uint32_t end = std::min(begin + batch, g_slotCount);
-    {
-      std::lock_guard<std::mutex> l(g_batchLock);
-      g_hostsDone = 0;
-      g_batchEnd = end;
-      ++g_batchNo;
-      g_batchCv.notify_all();
-    }
-    {
-      std::unique_lock<std::mutex> l(g_batchLock);
-      g_batchCv.wait(l, [&] { return g_hostsDone == int(hosts); });
-    }
-    // Drain: every answer handed over and every immediate completion arrived.
-    bool drained = false;
-    for (int wait = 0; wait < 60000 && !drained; wait += 5) {
-      {
-        std::lock_guard<std::mutex> l(g_pbxLock);
-        drained = g_outstanding.load() == 0 && g_pbxQueue.empty() && g_pbxBusy == 0;
-      }
-      if (!drained) Sleep(5);
-    }
-    if (!drained) {
-      ++stalled;
-      std::printf("batch ending at %u did not drain: %lld request(s) outstanding\n", end,
-                  (long long)g_outstanding.load());
-      break;
-    }
-    // Pause, close, reopen: what is still open now is dropped without a completion.
-    g_dll.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
-    for (uint32_t i = begin; i < end; ++i)
-      if (g_slots[i].completions.load() == 0) g_slots[i].dropped = true;
-    ++resets;
-    if (begin == 0) {
-      Sleep(100);
-      baseline = PrivateBytes();
-    }
-    g_dll.lineOpen(0, 0x00020000, OnReply, OnEvent, nullptr, OnSend, nullptr);
-    Sleep(20);  // the reopen is queued behind nothing; let the worker take it
-  }
-  double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-
-  {
-    std::lock_guard<std::mutex> l(g_batchLock);
-    g_hostStop = true;
-    g_batchCv.notify_all();
-  }
-  {
-    std::lock_guard<std::mutex> l(g_pbxLock);
-    g_pbxStop = true;
-    g_pbxCv.notify_all();
-  }
-  for (std::thread &t : threads) t.join();
+  const BatchRun run = RunBatches(batch, hosts);
+  StopThreads(threads);
   g_dll.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
   Sleep(300);  // late completions, if any, would show up now
   uint64_t final = PrivateBytes();
-
-  // Per request: the outcome its plan calls for.
-  std::vector<uint32_t> byPlanBad(kPlanCount, 0);
-  uint32_t issued = std::min(g_next.load(), g_slotCount), reqOk = 0, reqBad = 0, completions = 0, dropped = 0;
-  uint32_t overtaken = 0;
-  for (uint32_t i = 0; i < issued; ++i) {
-    Slot &s = g_slots[i];
-    const PlanText &p = *g_plans[s.plan].text;
-    uint32_t n = s.completions.load();
-    completions += n;
-    if (s.dropped) ++dropped;
-    bool ok;
-    switch (p.outcome) {
-      case Outcome::Once: ok = n == 1 && s.result.load() == p.result; break;
-      case Outcome::Never: ok = n == 0; break;
-      default: ok = n <= 1 && !(n == 0 && !s.dropped); break;
-    }
-    // A close in a callback may drop a request or refuse it; never complete it twice.
-    if (!ok && (s.epochSettled.load() != s.epochIssued || s.refusedByClose || s.beforeReset) && n <= 1 &&
-        (n == 0 || s.result.load() == p.result || s.result.load() == K3_RESULT_NOT_QUEUED)) {
-      ok = true;
-      ++overtaken;
-    }
-    if (ok) ++reqOk;
-    else if (++reqBad, ++byPlanBad[s.plan] <= 3)
-      std::printf("FAILED: request %u (%s): %u completion(s), last result 0x%08X%s\n", i + 1, p.label, n,
-                  s.result.load(), s.dropped ? ", dropped by a line reset" : "");
-  }
-  check(stalled == 0, "every batch drained");
-  check(issued == g_slotCount, "every planned request issued", issued, g_slotCount);
+  const Tally t = JudgeRequests();
+  check(run.stalled == 0, "every batch drained");
+  check(t.issued == g_slotCount, "every planned request issued", t.issued, g_slotCount);
   check(g_notQueued == 0, "every request queued", g_notQueued);
   check(g_unknownIds == 0, "no completion with an unknown request id", g_unknownIds);
   check(g_repeated == 0, "no request completed twice", g_repeated);
@@ -579,20 +602,20 @@ int main(int argc, char **argv) {
   check(g_callbackCloses > 0, "closes from inside callbacks", g_callbackCloses);
   // Private bytes after the run against after the warm-up batch, both with the line closed.
   const double tolerance = 4.0 * 1024 * 1024;
-  double grown = double(final) - double(baseline);
-  check(baseline != 0 && grown <= tolerance, "private bytes flat (growth, tolerance)", grown, tolerance);
+  double grown = double(final) - double(run.baseline);
+  check(run.baseline != 0 && grown <= tolerance, "private bytes flat (growth, tolerance)", grown, tolerance);
 
   std::printf("\nrequests issued %u, completions %u, messages from the PBX %u, left open and dropped by %u line "
               "resets %u\n",
-              issued, completions, g_fromPbx.load(), resets, dropped);
+              t.issued, t.completions, g_fromPbx.load(), run.resets, t.dropped);
   std::printf("inline answers %u, closes from inside callbacks %u, requests they overtook %u, refused while "
               "closed %u\n",
-              g_inlineAnswers.load(), g_callbackCloses.load(), overtaken, g_refusedByClose.load());
-  std::printf("run time %.1f s, %.0f requests/s\n", secs, issued / secs);
+              g_inlineAnswers.load(), g_callbackCloses.load(), t.overtaken, g_refusedByClose.load());
+  std::printf("run time %.1f s, %.0f requests/s\n", run.secs, t.issued / run.secs);
   std::printf("private bytes after warm-up %llu, at the end %llu, growth %+lld (tolerance %.0f)\n",
-              (unsigned long long)baseline, (unsigned long long)final, (long long)(final - baseline), tolerance);
-  std::printf("requests: %u as expected, %u not\n", reqOk, reqBad);
-  check(reqBad == 0, "every request ended as its plan calls for", reqBad);
+              (unsigned long long)run.baseline, (unsigned long long)final, (long long)(final - run.baseline), tolerance);
+  std::printf("requests: %u as expected, %u not\n", t.ok, t.bad);
+  check(t.bad == 0, "every request ended as its plan calls for", t.bad);
   std::printf("%u passed, %u failed\n", passed, failed);
   std::fflush(stdout);
   g_dll.Unload();
