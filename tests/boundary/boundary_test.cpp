@@ -453,6 +453,33 @@ std::string VersionString(const std::vector<char> &info, const char *name) {
   return static_cast<const char *>(value);
 }
 
+// The message table resource of module, entry by entry (empty without one).
+std::map<DWORD, std::string> MessageTable(HMODULE module) {
+  std::map<DWORD, std::string> table;
+  HRSRC res = FindResourceA(module, MAKEINTRESOURCEA(1), reinterpret_cast<LPCSTR>(RT_MESSAGETABLE));
+  if (!res) return table;
+  auto *data = static_cast<const MESSAGE_RESOURCE_DATA *>(LockResource(LoadResource(module, res)));
+  if (!data) return table;
+  const char *base = reinterpret_cast<const char *>(data);
+  for (DWORD b = 0; b < data->NumberOfBlocks; ++b) {
+    const MESSAGE_RESOURCE_BLOCK &block = data->Blocks[b];
+    const char *at = base + block.OffsetToEntries;
+    for (DWORD id = block.LowId; id <= block.HighId; ++id) {
+      auto *entry = reinterpret_cast<const MESSAGE_RESOURCE_ENTRY *>(at);
+      std::string text;
+      if (entry->Flags == 0) {
+        text.assign(reinterpret_cast<const char *>(entry->Text), entry->Length - 4);
+      } else {
+        auto *w = reinterpret_cast<const wchar_t *>(entry->Text);
+        for (size_t i = 0; i < size_t(entry->Length - 4) / 2; ++i) text += char(w[i]);
+      }
+      table[id] = text.substr(0, text.find('\0'));
+      at += entry->Length;
+    }
+  }
+  return table;
+}
+
 TEST(Shipped, RegistryVersionBlockAndMessageTable) {
   const char *key = "SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Kestrel3.Dll";
   RegDeleteKeyA(HKEY_LOCAL_MACHINE, key);
@@ -498,28 +525,7 @@ TEST(Shipped, RegistryVersionBlockAndMessageTable) {
   EXPECT_EQ("KestrelX.dll", VersionString(info, "ProductName"));
 
   // Message table, read entry by entry.
-  HRSRC res = FindResourceA(lib.h, MAKEINTRESOURCEA(1), reinterpret_cast<LPCSTR>(RT_MESSAGETABLE));
-  ASSERT_TRUE(res);
-  auto *data = static_cast<const MESSAGE_RESOURCE_DATA *>(LockResource(LoadResource(lib.h, res)));
-  ASSERT_TRUE(data);
-  const char *base = reinterpret_cast<const char *>(data);
-  std::map<DWORD, std::string> table;
-  for (DWORD b = 0; b < data->NumberOfBlocks; ++b) {
-    const MESSAGE_RESOURCE_BLOCK &block = data->Blocks[b];
-    const char *at = base + block.OffsetToEntries;
-    for (DWORD id = block.LowId; id <= block.HighId; ++id) {
-      auto *entry = reinterpret_cast<const MESSAGE_RESOURCE_ENTRY *>(at);
-      std::string text;
-      if (entry->Flags == 0) {
-        text.assign(reinterpret_cast<const char *>(entry->Text), entry->Length - 4);
-      } else {
-        auto *w = reinterpret_cast<const wchar_t *>(entry->Text);
-        for (size_t i = 0; i < size_t(entry->Length - 4) / 2; ++i) text += char(w[i]);
-      }
-      table[id] = text.substr(0, text.find('\0'));
-      at += entry->Length;
-    }
-  }
+  const std::map<DWORD, std::string> table = MessageTable(lib.h);
   const std::map<DWORD, std::string> expected = {
       {1, "Thread\r\n"},         {3, "Event\r\n"},          {4, "Error\r\n"},          {5, "Info\r\n"},
       {6, "Lumen\r\n"},          {10, "COM\r\n"},           {0x100, "%1\r\n"},         {0x200, "%1\r\n"},
