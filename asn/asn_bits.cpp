@@ -91,8 +91,8 @@ void AsnBits::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
 
 void AsnBits::BDecContent(AsnBuf &b, AsnTag tagId, AsnLen len, AsnLen &bytesDecoded) {
   if (TagIsConstructed(tagId)) {
-    AsnCollectFragments(b, len, bytesDecoded, true);
-    const AsnFragStack &fs = AsnThreadFragStack();
+    AsnFragStack fs;
+    AsnCollectFragments(b, len, bytesDecoded, true, fs);
     const unsigned unused = fs.lastUnusedBits;
     if (unused > 7 || fs.totalLen * 8 < unused) AsnThrow(kAsnErrBits);
     unsigned char *fresh = new unsigned char[size_t(fs.totalLen)];

@@ -11,11 +11,10 @@ namespace CSTA3V6 {
 
 void AsnFragStack::Push(const unsigned char *data, size_t len) {
   if (used == capacity) {
-    // Geometric growth keeps a string of many tiny fragments linear to collect.
-    size_t newCap = capacity == 0 ? kFirstCapacity : 2 * capacity;
+    const size_t newCap = 2 * capacity;
     AsnFragment *grown = new AsnFragment[newCap];
-    if (used) std::memcpy(grown, entries, used * sizeof(AsnFragment));
-    delete[] entries;
+    std::memcpy(grown, entries, used * sizeof(AsnFragment));
+    if (entries != inlineEntries) delete[] entries;
     entries = grown;
     capacity = newCap;
   }
@@ -30,16 +29,10 @@ void AsnFragStack::CopyTo(unsigned char *dst) const {
   }
 }
 
-AsnFragStack &AsnThreadFragStack() {
-  static thread_local AsnFragStack stack;
-  return stack;
-}
-
-void AsnCollectFragments(AsnBuf &b, AsnLen len, AsnLen &bytesDecoded, bool bitString) {
+void AsnCollectFragments(AsnBuf &b, AsnLen len, AsnLen &bytesDecoded, bool bitString,
+                         AsnFragStack &fs) {
   const AsnTag primTag = bitString ? kTagBitString : kTagOctetString;
   const AsnTag consTag = primTag | kTagConstructedBit;
-  AsnFragStack &fs = AsnThreadFragStack();
-  fs.Reset();
 
   // Nested constructed fragments are walked with an explicit stack of frames
   // rather than by recursion, so deep nesting in hostile input cannot exhaust

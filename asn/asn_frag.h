@@ -15,14 +15,16 @@ struct AsnFragment {
   size_t len;
 };
 
-// One per thread, so that threads may decode at the same time. Emptied at the
-// start of every constructed-string decode; the array is kept for the next one.
+// A decode's own list of fragments, on the decoding function's stack: the
+// first kInline entries need no allocation, more grow on the heap (doubling,
+// so that a string of many tiny fragments stays linear to collect) and go with
+// the stack object.
 class AsnFragStack {
  public:
-  static constexpr size_t kFirstCapacity = 128;  // doubled whenever full
+  static constexpr size_t kInline = 32;
 
-  AsnFragment *entries = nullptr;
-  size_t capacity = 0;
+  AsnFragment *entries = inlineEntries;
+  size_t capacity = kInline;
   size_t used = 0;
   uint64_t totalLen = 0;            // sum of the fragment lengths
   unsigned char lastUnusedBits = 0;  // BIT STRING: unused-bits octet last seen
@@ -30,21 +32,19 @@ class AsnFragStack {
   AsnFragStack() = default;
   AsnFragStack(const AsnFragStack &) = delete;
   AsnFragStack &operator=(const AsnFragStack &) = delete;
-  ~AsnFragStack() { delete[] entries; }
-
-  void Reset() {
-    used = 0;
-    totalLen = 0;
-    lastUnusedBits = 0;
+  ~AsnFragStack() {
+    if (entries != inlineEntries) delete[] entries;
   }
+
   void Push(const unsigned char *data, size_t len);
   // Concatenates the fragments in order into dst (totalLen octets).
   void CopyTo(unsigned char *dst) const;
+
+ private:
+  AsnFragment inlineEntries[kInline];
 };
 
-AsnFragStack &AsnThreadFragStack();
-
-// Empties the calling thread's stack and fills it with the fragments of one
+// Fills fs (empty) with the fragments of one
 // constructed string whose content length is len (possibly indefinite), the
 // inner tag and length of the first fragment being next in b. bitString: the
 // fragments are 0x03/0x23 and each primitive one starts with an unused-bits
@@ -54,7 +54,8 @@ AsnFragStack &AsnThreadFragStack();
 // string around it), -16 (other inner tag), -1 (BIT STRING fragment without its
 // unused-bits octet), -22 (data ends where a fragment's tag or the
 // end-of-contents is due) and the length codes.
-void AsnCollectFragments(AsnBuf &b, AsnLen len, AsnLen &bytesDecoded, bool bitString);
+void AsnCollectFragments(AsnBuf &b, AsnLen len, AsnLen &bytesDecoded, bool bitString,
+                         AsnFragStack &fs);
 
 }  // namespace CSTA3V6
 

@@ -78,8 +78,8 @@ void AsnOcts::BDec(AsnBuf &b, AsnLen &bytesDecoded) {
 
 void AsnOcts::BDecContent(AsnBuf &b, AsnTag tagId, AsnLen len, AsnLen &bytesDecoded) {
   if (TagIsConstructed(tagId)) {
-    AsnCollectFragments(b, len, bytesDecoded, false);
-    const AsnFragStack &fs = AsnThreadFragStack();
+    AsnFragStack fs;
+    AsnCollectFragments(b, len, bytesDecoded, false, fs);
     char *fresh = NewOcts(size_t(fs.totalLen));
     fs.CopyTo(reinterpret_cast<unsigned char *>(fresh));
     fresh[fs.totalLen] = 0;

@@ -1,7 +1,10 @@
 #include "asn/asn_pool.h"
 
+#include <pthread.h>
+
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <new>
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -21,16 +24,6 @@
 #define K3_UNPOISON(p, n) ((void)(p), (void)(n))
 #endif
 
-#ifdef _WIN32
-// In a DLL a thread-exit destructor pins the module until every thread that
-// ran one has ended (the C++ runtime takes a reference on it), so a host could
-// no longer unload the library. There the threads that keep blocks are listed
-// instead, and the library's entry point empties a thread's lists when the
-// thread ends and every list when the library is unloaded.
-#define K3_POOL_LISTED 1
-#include <mutex>
-#endif
-
 namespace CSTA3V6 {
 
 namespace {
@@ -39,20 +32,31 @@ struct FreeBlock {
   FreeBlock *next;
 };
 
-enum : uint8_t { kUnused = 0, kLive = 1, kGone = 2 };
-
-// Plain data, so that it is usable at any time in the thread's life (no
-// constructor runs first, no destructor runs before other thread-exit code
-// that may still free model objects).
+// One thread's lists. Allocated when the thread keeps its first block and
+// owned by the registry below, not by the thread's own storage: emulated
+// thread-local storage (MinGW) is freed at thread exit in no fixed order with
+// other exit code, and a C++ thread-exit destructor would pin the Windows DLL
+// until the thread ends. A pthread key's destructor, which does neither,
+// hands the record back when the thread ends.
 struct Lists {
   FreeBlock *head[kAsnPoolClasses];
   unsigned count[kAsnPoolClasses];
   size_t idleBytes;
-  uint8_t state;
-  Lists *prev, *next;  // among the listed threads' lists
+  Lists *prev, *next;  // in the registry
 };
 
-thread_local Lists tlsLists;
+// Stands for the lists of a thread whose lists are gone: it keeps nothing and
+// every free on that thread goes straight back to free.
+Lists g_gone;
+
+// Null until the thread keeps a block, then its record, then &g_gone.
+thread_local Lists *tlsLists;
+
+std::mutex g_registryLock;
+Lists *g_registry = nullptr;
+size_t g_registered = 0;
+pthread_key_t g_threadKey;
+bool g_keyMade = false;
 
 void Drain(Lists &l) {
   for (size_t c = 0; c < kAsnPoolClasses; ++c) {
@@ -63,29 +67,60 @@ void Drain(Lists &l) {
       std::free(b);
       b = next;
     }
-    l.head[c] = nullptr;
-    l.count[c] = 0;
   }
-  l.idleBytes = 0;
 }
 
-#ifdef K3_POOL_LISTED
-std::mutex g_listedLock;
-Lists *g_listed = nullptr;
-
-void Enlist(Lists &l) {
-  std::lock_guard<std::mutex> lock(g_listedLock);
-  l.prev = nullptr;
-  l.next = g_listed;
-  if (g_listed) g_listed->prev = &l;
-  g_listed = &l;
+// Unlinks l, gives its blocks back and frees it. Takes the registry's lock.
+void Release(Lists *l) {
+  {
+    std::lock_guard<std::mutex> lock(g_registryLock);
+    if (l->prev) l->prev->next = l->next;
+    else g_registry = l->next;
+    if (l->next) l->next->prev = l->prev;
+    --g_registered;
+  }
+  Drain(*l);
+  std::free(l);
 }
-#else
-// Its destructor runs at thread exit and gives the idle blocks back.
-struct DrainAtExit {
-  ~DrainAtExit() { AsnPoolThreadEnd(); }
-};
+
+// The thread-exit hand-back. Marks the thread's lists gone first, so a later
+// free on the way out (another exit routine deleting a model object) does not
+// touch the released record. (Some runtimes call it with the null that
+// AsnPoolThreadEnd left.)
+void ThreadExit(void *record) {
+  if (!record) return;
+  tlsLists = &g_gone;
+  Release(static_cast<Lists *>(record));
+}
+
+// The calling thread's new record, registered; &g_gone when there is no
+// memory for it or no key to hand it back at thread exit.
+Lists *Adopt() {
+  Lists *l = static_cast<Lists *>(std::calloc(1, sizeof(Lists)));
+  if (!l) return &g_gone;
+  {
+    std::lock_guard<std::mutex> lock(g_registryLock);
+    if (!g_keyMade) {
+      g_keyMade = pthread_key_create(&g_threadKey, ThreadExit) == 0;
+#ifdef K3_POOL_ASAN
+      // The thread that calls exit runs no key destructor, and the leak
+      // checker does not follow the links inside poisoned idle blocks.
+      std::atexit([] { AsnPoolThreadEnd(); });
 #endif
+    }
+    if (g_keyMade && pthread_setspecific(g_threadKey, l) == 0) {
+      l->next = g_registry;
+      if (g_registry) g_registry->prev = l;
+      g_registry = l;
+      ++g_registered;
+    } else {
+      std::free(l);
+      l = &g_gone;
+    }
+  }
+  tlsLists = l;
+  return l;
+}
 
 constexpr size_t kSmallLimit = 16 * kAsnPoolGrain;
 constexpr size_t kLargeLimit = kSmallLimit + 15 * kAsnPoolLargeGrain;
@@ -111,15 +146,17 @@ void *Fresh(size_t bytes) {
 void *AsnPoolAlloc(size_t n) {
   const size_t c = ClassOf(n);
   if (c == kAsnPoolClasses) return Fresh(n);
-  Lists &l = tlsLists;
   const size_t blockSize = BlockSize(c);
-  if (FreeBlock *b = l.head[c]) {
-    K3_UNPOISON(b, blockSize);
-    l.head[c] = b->next;
-    --l.count[c];
-    l.idleBytes -= blockSize;
-    K3_POISON(reinterpret_cast<char *>(b) + n, blockSize - n);
-    return b;
+  Lists *l = tlsLists;
+  if (l) {
+    if (FreeBlock *b = l->head[c]) {
+      K3_UNPOISON(b, blockSize);
+      l->head[c] = b->next;
+      --l->count[c];
+      l->idleBytes -= blockSize;
+      K3_POISON(reinterpret_cast<char *>(b) + n, blockSize - n);
+      return b;
+    }
   }
   void *p = Fresh(blockSize);
   K3_POISON(static_cast<char *>(p) + n, blockSize - n);
@@ -140,62 +177,54 @@ void AsnPoolFree(void *p, size_t n) noexcept {
     }
   }
 #endif
-  Lists &l = tlsLists;
-  if (c == kAsnPoolClasses || l.state == kGone || l.idleBytes + blockSize > kAsnPoolIdleBytes) {
+  if (c == kAsnPoolClasses) {
     std::free(p);
     return;
   }
-  if (l.state == kUnused) {
-    // First block kept on this thread: arrange for the lists to be emptied at
-    // its exit.
-#ifdef K3_POOL_LISTED
-    Enlist(l);
-#else
-    static thread_local DrainAtExit drain;
-    (void)&drain;
-#endif
-    l.state = kLive;
+  Lists *l = tlsLists;
+  if (!l) l = Adopt();
+  if (l == &g_gone || l->idleBytes + blockSize > kAsnPoolIdleBytes) {
+    std::free(p);
+    return;
   }
   FreeBlock *b = static_cast<FreeBlock *>(p);
-  b->next = l.head[c];
-  l.head[c] = b;
-  ++l.count[c];
-  l.idleBytes += blockSize;
+  b->next = l->head[c];
+  l->head[c] = b;
+  ++l->count[c];
+  l->idleBytes += blockSize;
   K3_POISON(b, blockSize);
 }
 
 unsigned AsnPoolIdle(size_t n) {
   const size_t c = ClassOf(n);
-  return c == kAsnPoolClasses ? 0 : tlsLists.count[c];
+  const Lists *l = tlsLists;
+  return c == kAsnPoolClasses || !l ? 0 : l->count[c];
+}
+
+size_t AsnPoolThreadsKeeping() {
+  std::lock_guard<std::mutex> lock(g_registryLock);
+  return g_registered;
 }
 
 void AsnPoolThreadEnd() noexcept {
-  Lists &l = tlsLists;
-  if (l.state != kLive) {
-    l.state = kGone;
-    return;
-  }
-#ifdef K3_POOL_LISTED
-  std::lock_guard<std::mutex> lock(g_listedLock);
-  if (l.prev) l.prev->next = l.next;
-  else g_listed = l.next;
-  if (l.next) l.next->prev = l.prev;
-#endif
-  Drain(l);
-  l.state = kGone;
+  Lists *l = tlsLists;
+  tlsLists = &g_gone;
+  if (!l || l == &g_gone) return;
+  pthread_setspecific(g_threadKey, nullptr);
+  Release(l);
 }
 
 void AsnPoolReleaseAll() noexcept {
-#ifdef K3_POOL_LISTED
-  std::lock_guard<std::mutex> lock(g_listedLock);
-  for (Lists *l = g_listed; l; l = l->next) {
+  tlsLists = &g_gone;
+  std::lock_guard<std::mutex> lock(g_registryLock);
+  while (Lists *l = g_registry) {
+    g_registry = l->next;
     Drain(*l);
-    l->state = kGone;
+    std::free(l);
   }
-  g_listed = nullptr;
-#else
-  AsnPoolThreadEnd();
-#endif
+  g_registered = 0;
+  if (g_keyMade) pthread_key_delete(g_threadKey);
+  g_keyMade = false;
 }
 
 }  // namespace CSTA3V6

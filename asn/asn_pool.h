@@ -1,12 +1,13 @@
 // Small-block allocator behind the model classes' operator new and delete.
 //
 // Each thread keeps a free list per size class (16-octet steps up to 256
-// octets, 256-octet steps up to 4096) of blocks that came from malloc one at a time; a freed block goes
-// to the list of the thread that frees it, whichever thread allocated it, and
-// the next allocation of its class on that thread takes it back. A list holds
-// at most kAsnPoolKeep blocks (kAsnPoolKeepLarge above 256 octets); beyond that, and for larger sizes, blocks go
-// straight back to free. When a thread ends its lists are emptied into free,
-// and blocks freed after that on the same thread bypass the lists.
+// octets, 256-octet steps up to 4096) of blocks that came from malloc one at a
+// time; a freed block goes to the list of the thread that frees it, whichever
+// thread allocated it, and the next allocation of its class on that thread
+// takes it back. A thread keeps at most kAsnPoolIdleBytes idle; beyond that,
+// and for larger sizes, blocks go straight back to free. When a thread ends
+// its lists are emptied into free, and blocks freed after that on the same
+// thread bypass the lists.
 //
 // Every block stays a malloc block of its own, so a leaked object is still a
 // leak to a leak checker. Under AddressSanitizer the idle blocks and the slack
@@ -34,12 +35,15 @@ void AsnPoolFree(void *p, size_t n) noexcept;
 // sizes that are not pooled, or once the thread's lists are gone).
 unsigned AsnPoolIdle(size_t n);
 
+// How many threads keep lists now (a thread's lists exist from its first
+// kept block until it ends or calls AsnPoolThreadEnd).
+size_t AsnPoolThreadsKeeping();
+
 // Empties the calling thread's lists; its later frees go straight to free.
-// Runs by itself at thread exit, except in the Windows DLL, whose entry point
-// calls it when a thread ends.
+// Runs by itself when a thread ends.
 void AsnPoolThreadEnd() noexcept;
-// The Windows DLL's unload: empties every thread's lists. Nothing may use the
-// pool meanwhile. Elsewhere the same as AsnPoolThreadEnd.
+// Empties every thread's lists, for the Windows DLL's unload (a thread still
+// running keeps no record to come back to). Nothing may use the pool meanwhile.
 void AsnPoolReleaseAll() noexcept;
 
 }  // namespace CSTA3V6

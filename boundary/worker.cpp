@@ -344,9 +344,6 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
     switch (reason) {
       case DLL_PROCESS_ATTACH:
         return k3b::OnProcessAttach(instance);
-      case DLL_THREAD_DETACH:
-        CSTA3V6::AsnPoolThreadEnd();
-        return TRUE;
       case DLL_PROCESS_DETACH:
         k3b::OnProcessDetach();
         // On FreeLibrary only: at process exit the other threads are gone,

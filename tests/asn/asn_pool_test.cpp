@@ -5,6 +5,10 @@
 #include <thread>
 #include <vector>
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
 #include "asn/asn.h"
 #include "asn/asn_pool.h"
 
@@ -84,37 +88,42 @@ TEST(AsnPool, BlocksMoveBetweenThreadsAndTheIdleBytesStayBounded) {
   }).join();
 }
 
-namespace {
-
-unsigned g_idleAfterLateDelete = ~0u;
-
-// Constructed before the thread keeps its first block, so destroyed after the
-// lists are emptied at the thread's exit.
-struct LateDelete {
-  AsnInt *held = nullptr;
-  ~LateDelete() {
-    delete held;
-    g_idleAfterLateDelete = AsnPoolIdle(sizeof(AsnInt));
-  }
-};
-
-}  // namespace
-
-// A delete that comes after the thread's lists were emptied at its exit goes
-// straight back to the heap (a leak checker sees any block left behind).
-TEST(AsnPool, DeletesAfterTheThreadsListsAreGoneBypassThem) {
+// A thread's lists live from its first kept block to its end, when the
+// blocks go back to the heap; AsnPoolThreadEnd does the same at once, and
+// deletes after it go straight back too.
+TEST(AsnPool, AThreadsListsGoWhenItEnds) {
+  delete new AsnInt(0);  // this thread keeps lists from here on
+  const size_t before = AsnPoolThreadsKeeping();
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) threads.emplace_back([] { delete new AsnInt(1); });
+  for (std::thread &t : threads) t.join();
+  EXPECT_EQ(AsnPoolThreadsKeeping(), before);
 #ifdef _WIN32
-  // MinGW's thread-exit destructors fault under Wine once a test-defined one
-  // joins the runtime's, pool or not; the path is the same on every platform.
-  GTEST_SKIP();
+  // A host's own threads are not the C++ runtime's: their lists go too.
+  HANDLE h = CreateThread(
+      nullptr, 0, [](void *) -> DWORD {
+        delete new AsnInt(1);
+        return 0;
+      },
+      nullptr, 0, nullptr);
+  ASSERT_NE(h, nullptr);
+  WaitForSingleObject(h, INFINITE);
+  CloseHandle(h);
+  EXPECT_EQ(AsnPoolThreadsKeeping(), before);
 #endif
-  std::thread([] {
-    static thread_local LateDelete late;
-    late.held = new AsnInt(1);
-    delete new AsnInt(2);  // the first kept block: the lists now drain at exit
+
+  std::thread([before] {
+    delete new AsnInt(2);
     EXPECT_EQ(AsnPoolIdle(sizeof(AsnInt)), 1u);
+    EXPECT_EQ(AsnPoolThreadsKeeping(), before + 1);
+    AsnPoolThreadEnd();
+    EXPECT_EQ(AsnPoolThreadsKeeping(), before);
+    delete new AsnInt(3);
+    delete new AsnOcts("after the end");
+    EXPECT_EQ(AsnPoolIdle(sizeof(AsnInt)), 0u);
+    EXPECT_EQ(AsnPoolThreadsKeeping(), before);
   }).join();
-  EXPECT_EQ(g_idleAfterLateDelete, 0u);
+  EXPECT_EQ(AsnPoolThreadsKeeping(), before);
 }
 
 #ifdef K3_TEST_ASAN
