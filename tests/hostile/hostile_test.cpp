@@ -1,14 +1,13 @@
 // A host that misbehaves as TSP code really does, around the library as it
 // ships: callbacks that call back into the exports, a send callback that holds
 // the worker past the rendezvous wait, several host threads at once, a line
-// close while the worker is busy, requests after a close, unload. The host
+// close while the worker is busy, requests after a close. The host
 // itself is the judge: it notes every callback's thread, and counts an overlap
 // whenever a callback runs on one thread while another thread is inside one.
 #include <windows.h>
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -34,6 +33,7 @@ using namespace CSTA3V6;
 using Clock = std::chrono::steady_clock;
 
 constexpr uint32_t kExt = 0x00020000;
+constexpr int kHostThreads = 3;  // that hand in answers at once
 
 double SecondsSince(Clock::time_point t) { return std::chrono::duration<double>(Clock::now() - t).count(); }
 
@@ -209,6 +209,12 @@ const Done *DoneFor(uint32_t requestId) {
     if (d.requestId == requestId) return &d;
   return nullptr;
 }
+// The thread that completed requestId; 0 when none did.
+DWORD CompletedOn(uint32_t requestId) {
+  std::lock_guard<std::mutex> l(g_lock);
+  const Done *d = DoneFor(requestId);
+  return d ? d->thread : 0;
+}
 size_t CompletionsOf(uint32_t requestId) {
   size_t n = 0;
   for (const Done &d : g_done) n += d.requestId == requestId;
@@ -250,9 +256,36 @@ class Hostile : public ::testing::Test {
   }
   // Makes sure everything queued so far has been handled by the worker.
   void Settle() {
-    uint32_t id = Request();
-    WaitUntil([&] { return SentFor(id) != nullptr; });
+    SentMessage(Request());
     Sleep(20);
+  }
+  // Rounds that prove exclusion: while the worker is inside a send callback,
+  // host threads hand in answers; each inbound call must return only after the
+  // send callback has returned. Returns the inbound calls that returned early.
+  int EarlyInboundCalls(int rounds) {
+    int early = 0;
+    for (int r = 0; r < rounds; ++r) {
+      std::vector<std::shared_ptr<CSTAMsg>> answers;
+      for (int t = 0; t < kHostThreads; ++t) answers.push_back(AnswerTo(*SentMessage(Request())));
+      // Slow reply callbacks: two host threads dispatching at once would meet.
+      g_onReply = [](const Done &) { Sleep(20); };
+      // The request whose send callback holds the worker for 150 ms.
+      std::atomic<bool> inSend{false};
+      HoldNextSend(inSend, 150);
+      Request();
+      while (!inSend) Sleep(1);
+      std::vector<std::thread> hosts;
+      std::atomic<int> passed{0};
+      for (auto &answer : answers)
+        hosts.emplace_back([&] {
+          lib_.fromVorta(0, answer.get());
+          if (inSend) ++passed;
+        });
+      for (auto &h : hosts) h.join();
+      g_onSend = nullptr, g_onReply = nullptr;
+      early += passed;
+    }
+    return early;
   }
   K3Dll lib_;
 };
@@ -281,29 +314,20 @@ TEST_F(Hostile, InboundCallsFromInsideCallbacksRunAtOnce) {
   Settle();
 
   // 1. From the send callback, on the worker thread: the answer to a.
+  //    A call that waited for the worker it runs on would give up with 0.
   std::atomic<int> fromSend{-1};
-  double sendSecs = -1;
   DWORD worker = 0;
   g_onSend = [&](const Sent &s) {
     if (fromSend != -1 || s.requestId == a) return;
     worker = GetCurrentThreadId();
-    auto t = Clock::now();
     fromSend = lib_.fromVorta(0, answerA.get());
-    sendSecs = SecondsSince(t);
   };
   b = Request();
   ASSERT_TRUE(WaitUntil([&] { return fromSend != -1; }, 120));
   g_onSend = nullptr;
   EXPECT_EQ(1, fromSend.load());
-  EXPECT_LT(sendSecs, 5.0) << "the re-entrant call waited for the worker it was called on";
-  {
-    std::lock_guard<std::mutex> l(g_lock);
-    const Done *done = DoneFor(a);
-    ASSERT_TRUE(done);
-    EXPECT_EQ(0u, done->result);
-    EXPECT_EQ(worker, done->thread);
-    EXPECT_EQ(17, g_blocks[a - 1].wValue1);  // the answer was written into the request
-  }
+  EXPECT_EQ(worker, CompletedOn(a));
+  EXPECT_EQ(17, g_blocks[a - 1].wValue1);  // the answer was written into the request
 
   // 2. From the reply callback on a host thread inside its own inbound call:
   //    the answer to c, and a new request d.
@@ -312,25 +336,16 @@ TEST_F(Hostile, InboundCallsFromInsideCallbacksRunAtOnce) {
   auto answerC = AnswerTo(*SentMessage(c));
   Settle();
   std::atomic<int> fromReply{-1};
-  double replySecs = -1;
   g_onReply = [&](const Done &done) {
     if (done.requestId != b) return;
-    auto t = Clock::now();
     fromReply = lib_.fromVorta(0, answerC.get());
-    replySecs = SecondsSince(t);
     d = Request();
   };
   EXPECT_EQ(1, lib_.fromVorta(0, answerB.get()));
   g_onReply = nullptr;
   EXPECT_EQ(1, fromReply.load());
-  EXPECT_LT(replySecs, 5.0);
   ASSERT_TRUE(d != 0);
-  {
-    std::lock_guard<std::mutex> l(g_lock);
-    ASSERT_TRUE(DoneFor(c));
-    EXPECT_EQ(0u, DoneFor(c)->result);
-    EXPECT_EQ(GetCurrentThreadId(), DoneFor(c)->thread);
-  }
+  EXPECT_EQ(GetCurrentThreadId(), CompletedOn(c));
 
   // 3. From the event callback, inside an inbound call: a new request e, and
   //    the answer to d.
@@ -357,60 +372,10 @@ TEST_F(Hostile, InboundCallsFromInsideCallbacksRunAtOnce) {
 
 // ---- exclusion after time-outs, several host threads -----------------------------
 
-// Rounds that prove exclusion: while the worker is inside a send callback, host
-// threads hand in answers; each inbound call must return only after the send
-// callback has returned, and no reply callback may run meanwhile.
-struct Rounds {
-  int rounds = 0, early = 0;
-};
-
-Rounds RunExclusionRounds(K3Dll &lib, int rounds, int threads) {
-  Rounds out;
-  for (int r = 0; r < rounds; ++r) {
-    // Two requests pending: their answers come from the host threads.
-    std::vector<uint32_t> ids;
-    std::vector<std::shared_ptr<CSTAMsg>> answers;
-    for (int t = 0; t < threads; ++t) {
-      uint32_t id;
-      K3_DS_AMHOST_8 *block = NewBlock(&id);
-      lib.devSpecific(0, id, block, sizeof *block);
-      ids.push_back(id);
-    }
-    for (uint32_t id : ids) {
-      WaitUntil([&] { return SentFor(id) != nullptr; });
-      std::lock_guard<std::mutex> l(g_lock);
-      answers.push_back(AnswerTo(*SentFor(id)->msg));
-    }
-    // Slow reply callbacks: two host threads dispatching at once would meet.
-    g_onReply = [](const Done &) { Sleep(20); };
-    // The request whose send callback holds the worker for 150 ms.
-    std::atomic<bool> inSend{false};
-    HoldNextSend(inSend, 150);
-    uint32_t holdId;
-    K3_DS_AMHOST_8 *holdBlock = NewBlock(&holdId);
-    lib.devSpecific(0, holdId, holdBlock, sizeof *holdBlock);
-    while (!inSend) Sleep(1);
-    std::vector<std::thread> hosts;
-    std::atomic<int> early{0};
-    for (int t = 0; t < threads; ++t)
-      hosts.emplace_back([&, t] {
-        lib.fromVorta(0, answers[t].get());
-        if (inSend) ++early;
-      });
-    for (auto &h : hosts) h.join();
-    g_onSend = nullptr;
-    g_onReply = nullptr;
-    ++out.rounds;
-    out.early += early;
-  }
-  return out;
-}
-
 TEST_F(Hostile, RendezvousStaysExclusiveAfterTimeOutsOnEitherSide) {
   Start("Kestrel3Short.dll");
   const double wait = K3_TEST_RENDEZVOUS_MS / 1000.0;
-  Rounds before = RunExclusionRounds(lib_, 3, 3);
-  EXPECT_EQ(0, before.early);
+  EXPECT_EQ(0, EarlyInboundCalls(3));
 
   // The caller's side times out: a send callback holds the worker past the wait.
   HANDLE letGo = CreateEventA(nullptr, TRUE, FALSE, nullptr);
@@ -428,8 +393,7 @@ TEST_F(Hostile, RendezvousStaysExclusiveAfterTimeOutsOnEitherSide) {
   SetEvent(letGo);
   g_onSend = nullptr;
   Settle();
-  Rounds afterCaller = RunExclusionRounds(lib_, 10, 3);
-  EXPECT_EQ(0, afterCaller.early) << "inbound calls passed while the worker was in a send callback";
+  EXPECT_EQ(0, EarlyInboundCalls(10)) << "inbound calls passed while the worker was in a send callback";
   EXPECT_EQ(0, g_overlaps.load());
 
   // The worker's side times out: a host thread stays inside its inbound call
@@ -444,8 +408,7 @@ TEST_F(Hostile, RendezvousStaysExclusiveAfterTimeOutsOnEitherSide) {
   SetEvent(letGo);
   slow.join();
   g_overlaps = 0;  // the round that outlasted the wait overlapped by design
-  Rounds afterWorker = RunExclusionRounds(lib_, 10, 3);
-  EXPECT_EQ(0, afterWorker.early) << "inbound calls passed while the worker was in a send callback";
+  EXPECT_EQ(0, EarlyInboundCalls(10)) << "inbound calls passed while the worker was in a send callback";
   EXPECT_EQ(0, g_overlaps.load());
   CloseHandle(letGo);
 
@@ -457,10 +420,7 @@ TEST_F(Hostile, RendezvousStaysExclusiveAfterTimeOutsOnEitherSide) {
     EXPECT_EQ(1u, CompletionsOf(d.requestId)) << "request " << d.requestId;
     ++answered;
   }
-  EXPECT_EQ(size_t(3 * (3 + 10 + 10)), answered);
-  std::printf("exclusion rounds: %d, 3 host threads each; inbound calls that passed early: %d\n",
-              before.rounds + afterCaller.rounds + afterWorker.rounds,
-              before.early + afterCaller.early + afterWorker.early);
+  EXPECT_EQ(size_t(kHostThreads * (3 + 10 + 10)), answered);
 }
 
 // ---- line close --------------------------------------------------------------------
@@ -480,11 +440,6 @@ TEST_F(Hostile, LineCloseWaitsForTheWorkerAndRefusesWhatFollows) {
   g_onSend = nullptr;
 
   // After the close: requests and monitor notifications are refused, nothing is sent.
-  size_t sentBefore;
-  {
-    std::lock_guard<std::mutex> l(g_lock);
-    sentBefore = g_sent.size();
-  }
   K3_DS_AMHOST_8 after{DS_AMHOST_8_2, 0, 0, 0};
   EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.devSpecific(0, 500, &after, sizeof after));
   AsnOcts xref("X1");
@@ -518,78 +473,7 @@ TEST_F(Hostile, LineCloseWaitsForTheWorkerAndRefusesWhatFollows) {
   EXPECT_EQ(nullptr, SentFor(behind)) << "a request was sent after the line was closed";
   EXPECT_EQ(nullptr, SentFor(500));
   EXPECT_TRUE(SentFor(held) && SentFor(closer));
-  (void)sentBefore;
   EXPECT_EQ(0, g_overlaps.load());
 }
 
-TEST_F(Hostile, LineCloseWorksWhenTheWorkerIsGone) {
-  Start("Kestrel3.dll");
-  // The worker's id, learnt in a send callback; then it is told to quit.
-  DWORD worker = 0;
-  uint32_t id = Request();
-  ASSERT_TRUE(WaitUntil([&] { return SentFor(id) != nullptr; }));
-  {
-    std::lock_guard<std::mutex> l(g_lock);
-    worker = SentFor(id)->thread;
-  }
-  HANDLE thread = OpenThread(SYNCHRONIZE, FALSE, worker);
-  ASSERT_TRUE(thread);
-  ASSERT_TRUE(PostThreadMessageA(worker, WM_QUIT, 0, 0));
-  ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, 5000));
-  CloseHandle(thread);
-  auto t = Clock::now();
-  EXPECT_EQ(1u, lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr));
-  EXPECT_LT(SecondsSince(t), 2.0);
-  K3_DS_AMHOST_8 after{DS_AMHOST_8_2, 0, 0, 0};
-  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib_.devSpecific(0, 600, &after, sizeof after));
-}
-
-// ---- unload --------------------------------------------------------------------------
-
-// Threads whose thread-detach notification this program saw: a thread that is
-// terminated never sends one.
-std::mutex g_detachLock;
-std::vector<DWORD> g_detached;
-void NTAPI OnTls(PVOID, DWORD reason, PVOID) {
-  if (reason != DLL_THREAD_DETACH) return;
-  std::lock_guard<std::mutex> l(g_detachLock);
-  g_detached.push_back(GetCurrentThreadId());
-}
-
-TEST_F(Hostile, IdleUnloadEndsTheWorkerNormallyAndQuickly) {
-  Start("Kestrel3.dll");
-  uint32_t id = Request();
-  ASSERT_TRUE(WaitUntil([&] { return SentFor(id) != nullptr; }));
-  DWORD worker;
-  {
-    std::lock_guard<std::mutex> l(g_lock);
-    worker = SentFor(id)->thread;
-  }
-  lib_.lineOpen(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr);
-  Sleep(100);
-  HANDLE thread = OpenThread(SYNCHRONIZE | THREAD_QUERY_INFORMATION, FALSE, worker);
-  ASSERT_TRUE(thread);
-  LARGE_INTEGER f, a, b;
-  QueryPerformanceFrequency(&f);
-  QueryPerformanceCounter(&a);
-  lib_.Unload();
-  QueryPerformanceCounter(&b);
-  double ms = 1000.0 * double(b.QuadPart - a.QuadPart) / double(f.QuadPart);
-  std::printf("idle unload took %.2f ms\n", ms);
-  EXPECT_LT(ms, 100.0);
-  ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, 5000));
-  DWORD code = 1;
-  GetExitCodeThread(thread, &code);
-  EXPECT_EQ(0u, code);
-  CloseHandle(thread);
-  std::lock_guard<std::mutex> l(g_detachLock);
-  EXPECT_NE(g_detached.end(), std::find(g_detached.begin(), g_detached.end(), worker))
-      << "the worker was terminated instead of ending";
-}
-
 }  // namespace
-
-// The program's own thread-detach notifications.
-extern "C" {
-__attribute__((section(".CRT$XLB"), used)) PIMAGE_TLS_CALLBACK k3_hostile_tls = OnTls;
-}
