@@ -81,10 +81,8 @@ int main(int argc, char **argv) {
     unsigned char block[2] = {0x41, 0};
     auto lineOpen = Get<PFN_fn_vrt_lineOpenAndSelectExtVersion>(dll, "fn_vrt_lineOpenAndSelectExtVersion");
     auto devSpecific = Get<PFN_fn_vrt_lineDevSpecific>(dll, "fn_vrt_lineDevSpecific");
-    auto monClear = Get<PFN_fn_vrt_MonitorClear>(dll, "fn_vrt_MonitorClear");
     std::printf("open %u\n", lineOpen(0, 0x20000, Reply, Event, nullptr, Send, nullptr));
     std::printf("request 0x%08x\n", devSpecific(0, 1, block, 2));
-    std::printf("clear 0x%08x\n", monClear(0));
   } else {
     std::printf("unknown scenario\n");
     return 2;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "asn/asn_octs.h"
+#include "host/k3_dll.h"
 #include "kestrel3.h"
 #include "tests/boundary/probe_api.h"
 
@@ -47,59 +48,37 @@ bool Eventually(const std::function<bool()> &f, DWORD ms = 5000) {
   return true;
 }
 
-struct Library {
-  HMODULE h = nullptr;
-  PFN_fn_vrt_lineOpenAndSelectExtVersion lineOpen{};
-  PFN_fn_vrt_lineDevSpecific devSpecific{};
+// The exports a host resolves (K3Dll), the others, and the test build's own.
+struct Library : K3Dll {
   PFN_fn_vrt_lineDevSpecificFeature feature{};
-  PFN_fn_vrt_CSTAfromVorta fromVorta{};
-  PFN_fn_vrt_MonitorStart monStart{};
-  PFN_fn_vrt_MonitorStop monStop{};
-  PFN_fn_vrt_MonitorClear monClear{};
   PFN_fn_vrt_phoneOpenAndSelectExtVersion phoneOpen{};
   PFN_fn_vrt_phoneDevSpecific phoneDevSpecific{};
-  PFN_fn_DLL_GetVersionOfLib2 lib2{};
   PFN_fn_DLL_GetVersionOfLib3 lib3{};
   PFN_fn_DLL_GetVersionOfDll dllVersion{};
   PFN_K3Probe_Take take{};
   PFN_K3Probe_LiveRecords liveRecords{};
   PFN_K3Probe_WorkerThreadId workerTid{};
-  std::string journal;  // everything taken so far
+  bool complete = false;  // every export of the shipped library found
+  std::string journal;    // everything taken so far
 
   explicit Library(const char *name) {
-    h = LoadLibraryA(name);
+    complete = Load(name);
     if (!h) return;
-    Get(lineOpen, "fn_vrt_lineOpenAndSelectExtVersion");
-    Get(devSpecific, "fn_vrt_lineDevSpecific");
     Get(feature, "fn_vrt_lineDevSpecificFeature");
-    Get(fromVorta, "fn_vrt_CSTAfromVorta");
-    Get(monStart, "fn_vrt_MonitorStart");
-    Get(monStop, "fn_vrt_MonitorStop");
-    Get(monClear, "fn_vrt_MonitorClear");
     Get(phoneOpen, "fn_vrt_phoneOpenAndSelectExtVersion");
     Get(phoneDevSpecific, "fn_vrt_phoneDevSpecific");
-    Get(lib2, "fn_DLL_GetVersionOfLib2");
     Get(lib3, "fn_DLL_GetVersionOfLib3");
     Get(dllVersion, "fn_DLL_GetVersionOfDll");
     Get(take, "K3Probe_Take");
     Get(liveRecords, "K3Probe_LiveRecords");
     Get(workerTid, "K3Probe_WorkerThreadId");
+    complete = complete && feature && phoneOpen && phoneDevSpecific && lib3 && dllVersion;
   }
   ~Library() { Unload(); }
-  Library(const Library &) = delete;
-  Library &operator=(const Library &) = delete;
 
   template <class F>
   void Get(F &f, const char *name) {
     f = reinterpret_cast<F>(reinterpret_cast<Generic>(GetProcAddress(h, name)));
-  }
-  bool Complete() const {
-    return lineOpen && devSpecific && feature && fromVorta && monStart && monStop && monClear && phoneOpen &&
-           phoneDevSpecific && lib2 && lib3 && dllVersion;
-  }
-  void Unload() {
-    if (h) FreeLibrary(h);
-    h = nullptr;
   }
   const std::string &Poll() {
     if (take) {
@@ -130,7 +109,7 @@ class Probe : public ::testing::Test {
   void SetUp() override {
     lib_ = std::make_unique<Library>("Kestrel3Probe.dll");
     ASSERT_TRUE(lib_->h) << "LoadLibrary failed: " << GetLastError();
-    ASSERT_TRUE(lib_->Complete() && lib_->take && lib_->liveRecords && lib_->workerTid);
+    ASSERT_TRUE(lib_->complete && lib_->take && lib_->liveRecords && lib_->workerTid);
     g_lastReply = 0;
   }
   void Open() { ASSERT_EQ(1u, lib_->lineOpen(0, kExt, ReplyA, EventA, nullptr, SendA, nullptr)); }
@@ -224,11 +203,11 @@ TEST_F(Probe, MessagesReachTheWorkerWithBoundedTextsAndTheirRecordsAreFreed) {
   CSTA3V6::AsnOcts xref("X-1");
 
   EXPECT_EQ(0u, lib.devSpecific(0, 0x1234, block, sizeof block));
-  EXPECT_EQ(0u, lib.monStart(0, "12345678901234567890", &xref));
-  EXPECT_EQ(0u, lib.monStart(2, nullptr, nullptr));
-  EXPECT_EQ(0u, lib.monStop(0, "ABCDEFGHIJKLMNOPQRSTUVWXYZ"));
-  EXPECT_EQ(0u, lib.monStop(6, "77"));
-  EXPECT_EQ(0u, lib.monClear(4));
+  EXPECT_EQ(0u, lib.monitorStart(0, "12345678901234567890", &xref));
+  EXPECT_EQ(0u, lib.monitorStart(2, nullptr, nullptr));
+  EXPECT_EQ(0u, lib.monitorStop(0, "ABCDEFGHIJKLMNOPQRSTUVWXYZ"));
+  EXPECT_EQ(0u, lib.monitorStop(6, "77"));
+  EXPECT_EQ(0u, lib.monitorClear(4));
 
   ASSERT_TRUE(lib.WaitFor("clear line=4 " + w));
   EXPECT_TRUE(lib.Has("request line=0 id=4660 size=8 type=0x41 " + w));
@@ -257,9 +236,9 @@ TEST_F(Probe, ExceptionsInHandlersAreReportedAndTheLoopGoesOn) {
       << lib.journal;
   EXPECT_EQ(uint64_t(0x77) << 32 | 0xC0000016, g_lastReply.load());
 
-  EXPECT_EQ(0u, lib.monStart(0, kProbeThrowDevice, &xref));
-  EXPECT_EQ(0u, lib.monStop(9, kProbeThrowDevice));
-  EXPECT_EQ(0u, lib.monClear(kProbeThrowLine));
+  EXPECT_EQ(0u, lib.monitorStart(0, kProbeThrowDevice, &xref));
+  EXPECT_EQ(0u, lib.monitorStop(9, kProbeThrowDevice));
+  EXPECT_EQ(0u, lib.monitorClear(kProbeThrowLine));
   EXPECT_EQ(1u, lib.lineOpen(kProbeThrowLine, kExt, ReplyA, EventA, nullptr, SendA, nullptr));
   unsigned char after[2] = {0x42, 0x00};
   EXPECT_EQ(0u, lib.devSpecific(0, 0x78, after, 2));
@@ -291,9 +270,9 @@ TEST_F(Probe, ExportsReportAWorkerThatIsGone) {
   CSTA3V6::AsnOcts xref("x");
   EXPECT_EQ(0u, lib.lineOpen(0, kExt, ReplyA, EventA, nullptr, SendA, nullptr));
   EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib.devSpecific(0, 1, block, 2));
-  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib.monStart(0, "100", &xref));
-  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib.monStop(0, "100"));
-  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib.monClear(0));
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib.monitorStart(0, "100", &xref));
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib.monitorStop(0, "100"));
+  EXPECT_EQ(K3_RESULT_NOT_QUEUED, lib.monitorClear(0));
   ProbeInbound message{1};
   EXPECT_EQ(0, lib.fromVorta(0, &message));
   // A close needs no worker: the line is reset on this thread at once.
@@ -351,7 +330,7 @@ std::string ModuleDir() {
 TEST(Shipped, StubsAndVersionTexts) {
   Library lib("Kestrel3.dll");
   ASSERT_TRUE(lib.h);
-  ASSERT_TRUE(lib.Complete());
+  ASSERT_TRUE(lib.complete);
   EXPECT_FALSE(lib.take) << "the shipped library exports only its own functions";
 
   // Hosts pass arguments to these; they are ignored.
