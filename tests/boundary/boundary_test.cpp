@@ -320,13 +320,6 @@ TEST_F(Probe, TheSweepTimerFiresOnTheWorkerEveryTenSeconds) {
 
 // ---- the shipped library ------------------------------------------------------
 
-std::string ModuleDir() {
-  char path[MAX_PATH] = {};
-  GetModuleFileNameA(nullptr, path, MAX_PATH);
-  std::string s(path);
-  return s.substr(0, s.find_last_of("\\/") + 1);
-}
-
 TEST(Shipped, StubsAndVersionTexts) {
   Library lib("Kestrel3.dll");
   ASSERT_TRUE(lib.h);
@@ -349,10 +342,12 @@ TEST(Shipped, StubsAndVersionTexts) {
     EXPECT_EQ('\xCC', out[12]);
   }
 
-  // Without and with a Kestrel2.dll beside the program: nothing visible happens.
+  // Without and with a Kestrel2.dll beside the library: nothing visible happens.
   EXPECT_EQ(0u, lib.dllVersion());
-  const std::string copy = ModuleDir() + "Kestrel2.dll";
-  ASSERT_TRUE(CopyFileA((ModuleDir() + "Kestrel3.dll").c_str(), copy.c_str(), FALSE));
+  char path[MAX_PATH] = {};
+  GetModuleFileNameA(lib.h, path, MAX_PATH);
+  const std::string copy = std::string(path, std::strrchr(path, '\\') + 1) + "Kestrel2.dll";
+  ASSERT_TRUE(CopyFileA(path, copy.c_str(), FALSE));
   EXPECT_EQ(0u, lib.dllVersion());
   DeleteFileA(copy.c_str());
 }

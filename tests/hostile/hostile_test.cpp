@@ -35,8 +35,6 @@ using Clock = std::chrono::steady_clock;
 constexpr uint32_t kExt = 0x00020000;
 constexpr int kHostThreads = 3;  // that hand in answers at once
 
-double SecondsSince(Clock::time_point t) { return std::chrono::duration<double>(Clock::now() - t).count(); }
-
 // ---- messages of the simulated PBX -------------------------------------------
 
 // A message as the host's link hands it over: encoded and decoded once.
@@ -148,14 +146,18 @@ uint32_t RequestOfBlock(const void *block) {
   return 0;
 }
 
+// Records x under the lock and wakes the waiters.
+template <class T>
+void Note(std::vector<T> &list, const T &x) {
+  std::lock_guard<std::mutex> l(g_lock);
+  list.push_back(x);
+  g_changed.notify_all();
+}
+
 uint32_t K3_CALL OnSend(uint32_t, const void *message, void *block, uint32_t) {
   InCallback in;
   Sent s{RequestOfBlock(block), Decoded(*static_cast<const CSTAMsg *>(message))};
-  {
-    std::lock_guard<std::mutex> l(g_lock);
-    g_sent.push_back(s);
-    g_changed.notify_all();
-  }
+  Note(g_sent, s);
   if (g_onSend) g_onSend(s);
   return 1;
 }
@@ -163,22 +165,14 @@ uint32_t K3_CALL OnSend(uint32_t, const void *message, void *block, uint32_t) {
 uint32_t K3_CALL OnReply(uint32_t, uint32_t requestId, uint32_t result) {
   InCallback in;
   Done d{requestId, result, GetCurrentThreadId()};
-  {
-    std::lock_guard<std::mutex> l(g_lock);
-    g_done.push_back(d);
-    g_changed.notify_all();
-  }
+  Note(g_done, d);
   if (g_onReply) g_onReply(d);
   return 1;
 }
 
 uint32_t K3_CALL OnEvent(uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {
   InCallback in;
-  {
-    std::lock_guard<std::mutex> l(g_lock);
-    g_events.push_back(GetCurrentThreadId());
-    g_changed.notify_all();
-  }
+  Note(g_events, GetCurrentThreadId());
   if (g_onEvent) g_onEvent();
   return 0;
 }
@@ -371,7 +365,7 @@ TEST_F(Hostile, RendezvousStaysExclusiveAfterTimeOutsOnEitherSide) {
   auto stray = DataPathEvent(9);
   auto t = Clock::now();
   EXPECT_EQ(0, lib_.fromVorta(0, stray.get()));  // gave up
-  EXPECT_GE(SecondsSince(t), wait - 0.1);
+  EXPECT_GE(std::chrono::duration<double>(Clock::now() - t).count(), wait - 0.1);
   SetEvent(letGo);
   g_onSend = nullptr;
   Settle();
