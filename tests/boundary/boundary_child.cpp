@@ -1,6 +1,7 @@
 // k3-boundary-child: drives the shipped Kestrel3.dll into its failure reports so
 // that a parent can read them from the real event log (Wine prints error
-// events on its err channel). Usage: k3-boundary-child busy-unload|dead-worker
+// events on its err channel). Exits with 3 when the worker outlives the unload.
+// Usage: k3-boundary-child busy-unload|dead-worker
 #include <windows.h>
 #include <tlhelp32.h>
 
@@ -63,7 +64,8 @@ int main(int argc, char **argv) {
   }
   DWORD worker = FindWorker(before);
   std::printf("worker thread %lu\n", worker);
-  if (!worker) return 1;
+  HANDLE thread = OpenThread(SYNCHRONIZE, FALSE, worker);
+  if (!thread) return 1;
 
   if (std::strcmp(scenario, "busy-unload") == 0) {
     // Keep the worker inside a send callback past the unload's wait.
@@ -74,24 +76,22 @@ int main(int argc, char **argv) {
     devSpecific(0, 1, query, sizeof query);
     for (int i = 0; i < 1000 && !InterlockedCompareExchange(&g_inSlowSend, 0, 0); ++i) Sleep(5);
   } else if (std::strcmp(scenario, "dead-worker") == 0) {
-    HANDLE t = OpenThread(SYNCHRONIZE, FALSE, worker);
     for (int i = 0; i < 1000 && !PostThreadMessageA(worker, WM_QUIT, 0, 0); ++i) Sleep(5);
-    WaitForSingleObject(t, 5000);
-    CloseHandle(t);
+    WaitForSingleObject(thread, 5000);
     unsigned char block[2] = {0x41, 0};
     auto lineOpen = Get<PFN_fn_vrt_lineOpenAndSelectExtVersion>(dll, "fn_vrt_lineOpenAndSelectExtVersion");
     auto devSpecific = Get<PFN_fn_vrt_lineDevSpecific>(dll, "fn_vrt_lineDevSpecific");
-    auto monClear = Get<PFN_fn_vrt_MonitorClear>(dll, "fn_vrt_MonitorClear");
     std::printf("open %u\n", lineOpen(0, 0x20000, Reply, Event, nullptr, Send, nullptr));
     std::printf("request 0x%08x\n", devSpecific(0, 1, block, 2));
-    std::printf("clear 0x%08x\n", monClear(0));
   } else {
     std::printf("unknown scenario\n");
     return 2;
   }
   DWORD start = GetTickCount();
   FreeLibrary(dll);
-  std::printf("unloaded after %lu ms\n", GetTickCount() - start);
+  // Busy or not, the worker must be gone once the library is.
+  bool ended = WaitForSingleObject(thread, 0) == WAIT_OBJECT_0;
+  std::printf("unloaded after %lu ms, worker %s\n", GetTickCount() - start, ended ? "ended" : "still running");
   std::fflush(stdout);
-  return 0;
+  return ended ? 0 : 3;
 }

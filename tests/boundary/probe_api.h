@@ -8,7 +8,6 @@
 
 // wStructType values the test handler of message 1026 acts on.
 constexpr uint16_t kProbeThrow = 0xE001;  // throws
-constexpr uint16_t kProbeSleep = 0xE002;  // sleeps for the u32 at offset 2, in ms
 constexpr uint16_t kProbeSend = 0xE003;   // calls the registered send callback
 
 // Device text and line index that make the monitor and reset handlers throw.
@@ -18,7 +17,6 @@ constexpr uint32_t kProbeThrowLine = 0xBAD;
 // The inbound "message" the test dispatcher understands: it returns result.
 struct ProbeInbound {
   int32_t result;
-  uint32_t sleepMs;
 };
 
 extern "C" {

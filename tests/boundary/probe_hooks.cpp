@@ -40,16 +40,7 @@ void Writef(const char *format, A... args) {
   Write(line);
 }
 
-volatile LONG g_inside = 0;
 volatile LONG g_records = 0;
-
-// Marks a handler as running; a second one running at the same time is noted.
-struct Inside {
-  Inside() {
-    if (InterlockedIncrement(&g_inside) != 1) Write("OVERLAP");
-  }
-  ~Inside() { InterlockedDecrement(&g_inside); }
-};
 
 unsigned long Tid() { return GetCurrentThreadId(); }
 
@@ -67,17 +58,10 @@ void HookLineReset(uint32_t line) {
 }
 
 void HookDeviceSpecificRequest(uint32_t line, uint32_t requestId, void *block, uint32_t size) {
-  Inside inside;
   uint16_t type = 0;
   if (size >= 2) std::memcpy(&type, block, 2);
   Writef("request line=%u id=%u size=%u type=0x%x tid=%lu", line, requestId, size, type, Tid());
   if (type == kProbeThrow) throw std::runtime_error("request");
-  if (type == kProbeSleep && size >= 6) {
-    uint32_t ms;
-    std::memcpy(&ms, static_cast<char *>(block) + 2, 4);
-    Sleep(ms);
-    Writef("slept id=%u", requestId);
-  }
   if (type == kProbeSend) {
     uint32_t r = g_callbacks.send ? g_callbacks.send(line, nullptr, block, requestId) : 0;
     Writef("sent id=%u result=%u", requestId, r);
@@ -85,36 +69,30 @@ void HookDeviceSpecificRequest(uint32_t line, uint32_t requestId, void *block, u
 }
 
 uint32_t HookMonitorStart(uint32_t line, const char *device, const CSTA3V6::AsnOcts &crossRefId) {
-  Inside inside;
   Writef("start line=%u device=[%s] xref=[%s] tid=%lu", line, device, crossRefId.Str().c_str(), Tid());
   if (std::strcmp(device, kProbeThrowDevice) == 0) throw std::runtime_error("start");
   return 1;
 }
 
 uint32_t HookMonitorStop(uint32_t line, const char *device) {
-  Inside inside;
   Writef("stop line=%u device=[%s] tid=%lu", line, device, Tid());
   if (std::strcmp(device, kProbeThrowDevice) == 0) throw std::runtime_error("stop");
   return 1;
 }
 
 void HookMonitorClear(uint32_t line) {
-  Inside inside;
   Writef("clear line=%u tid=%lu", line, Tid());
   if (line == kProbeThrowLine) throw std::runtime_error("clear");
 }
 
 void HookSweepTimeouts(uint32_t now) {
-  Inside inside;
   Writef("sweep tid=%lu", Tid());
 }
 
 int32_t HookDispatchInbound(uint32_t line, const void *message) {
-  Inside inside;
   Writef("inbound line=%u msg=%p tid=%lu", line, message, Tid());
   auto *m = static_cast<const ProbeInbound *>(message);
   if (!m) return 1;
-  if (m->sleepMs) Sleep(m->sleepMs);
   return m->result;
 }
 
