@@ -90,9 +90,7 @@ TEST(AsnNullBool, EncodeDecodeAndFaults) {
 }
 
 TEST(AsnOcts, PrimitiveEncodeDecode) {
-  AsnOcts ab("AB");
-  EXPECT_EQ(ab.Len(), 2u);
-  EXPECT_EQ(Enc(ab), (Bytes{0x04, 0x02, 0x41, 0x42}));
+  EXPECT_EQ(Enc(AsnOcts("AB")), (Bytes{0x04, 0x02, 0x41, 0x42}));
   EXPECT_EQ(Enc(AsnOcts()), (Bytes{0x04, 0x00}));
 
   AsnOcts v("old content");
@@ -131,8 +129,6 @@ TEST(AsnOcts, ConstructedForms) {
   AsnOcts v;
   EXPECT_EQ(Dec(Bytes{0x24, 0x03, 0x02, 0x01, 0x00}, v), -16);
   EXPECT_EQ(Dec(Bytes{0x24, 0x80, 0x04, 0x80, 'A', 0x00, 0x00}, v), -15);
-  EXPECT_EQ(Dec(Bytes{0x24, 0x05, 0x04, 0x01, 'A'}, v), -22);
-  EXPECT_EQ(Dec(Bytes{0x24, 0x03, 0x04, 0x85}, v), -10);
 
   // A fragment (its header, its content, or a constructed fragment's own length
   // or end-of-contents) running past the definite length of the string around
@@ -149,8 +145,6 @@ TEST(AsnOcts, ConstructedForms) {
     EXPECT_EQ(Dec(in, v, &used), -15) << in.size();
     EXPECT_LE(used, in.size());
   }
-  AsnBits bits;
-  EXPECT_EQ(Dec(Bytes{0x23, 0x03, 0x03, 0x02, 0x00, 'A', 0x05, 0x00}, bits), -15);
 
   // An implicitly tagged constructed string takes the same path.
   const Bytes tagged = {0xA3, 0x05, 0x04, 0x03, 'x', 'y', 'z'};
@@ -296,7 +290,6 @@ TEST(AsnBits, EncodeAndBitOperations) {
   nine.ClrBit(0);
   nine.SetBit(8, false);
   EXPECT_TRUE(nine.IsEmpty());
-  EXPECT_TRUE(AsnBits().IsEmpty());
   // Bits past the length in the last octet do not count.
   const unsigned char tail[] = {0x00, 0x7F};
   EXPECT_TRUE(AsnBits(tail, 9).IsEmpty());
@@ -322,7 +315,6 @@ TEST(AsnBits, DecodeAndUnusedBitsRules) {
   EXPECT_EQ(Dec(Bytes{0x03, 0x01, 0x01}, v), -1);        // more unused than content bits
   EXPECT_EQ(Dec(Bytes{0x03, 0x03, 0x00, 0xFF}, v), -1);  // short
   EXPECT_EQ(Dec(Bytes{0x03, 0x00}, v), -1);              // no unused-bits octet
-  EXPECT_EQ(Dec(Bytes{0x03, 0x01}, v), -1);
   EXPECT_EQ(Dec(Bytes{0x04, 0x01, 0x00}, v), -50);
 
   // Constructed: fragments concatenated, the last unused count applies.
@@ -336,7 +328,6 @@ TEST(AsnBits, DecodeAndUnusedBitsRules) {
   EXPECT_EQ(Dec(Bytes{0x23, 0x03, 0x03, 0x01, 0x00}, v), 0);
   EXPECT_EQ(v.BitLen(), 0u);
   EXPECT_EQ(Dec(Bytes{0x23, 0x03, 0x03, 0x01, 0x03}, v), -1);
-  EXPECT_EQ(Dec(Bytes{0x23, 0x04, 0x03, 0x02, 0x09, 0x00}, v), -1);
   EXPECT_EQ(Dec(Bytes{0x23, 0x02, 0x03, 0x00}, v), -1);
   EXPECT_EQ(Dec(Bytes{0x23, 0x03, 0x04, 0x01, 0x00}, v), -16);
   EXPECT_EQ(Dec(Bytes{0x23, 0x04, 0x03, 0x03, 0x00, 0x01}, v), -15);
