@@ -71,56 +71,47 @@ TEST(ModelVectors, ImplicitTaggedChoiceAndInlineString) {
   EXPECT_LT(Dec(appl, b).rc, 0);
 }
 
+const std::string kLen = "ERROR - Length discrepancy on sequence.\n";
+
+template <class T>
+Decoded DecAs(const Bytes &in) {
+  T v;
+  return Dec(in, v);
+}
+
 TEST(ModelVectors, ErrorTextsAndCodes) {
-  {
-    CSTAMsg m;  // no alternative carries [5]
-    Decoded d = Dec(Bytes{0xA5, 0x00}, m);
-    EXPECT_EQ(d.rc, -100);
-    EXPECT_EQ(d.err, "ERROR - unexpected tag in CHOICE\n");
+  struct Case {
+    Decoded (*dec)(const Bytes &);
+    Bytes in;
+    int rc;
+    std::string err;  // empty: not checked
+  } cases[] = {
+      // no alternative carries [5]
+      {&DecAs<CSTAMsg>, {0xA5, 0x00}, -100, "ERROR - unexpected tag in CHOICE\n"},
+      {&DecAs<ROSEapdus>, {0xA5, 0x00}, -120, ""},
+      // linked-ID where invokeID belongs
+      {&DecAs<CSTAMsg>, {0xA1, 0x03, 0x80, 0x01, 0x05}, -105,
+       "ERROR - SEQUENCE is missing non-optional elmt 'invokeID'.\n"},
+      {&DecAs<CSTAMsg>, {0xA1, 0x03, 0x02, 0x01, 0x05}, -106,
+       "ERROR - SEQUENCE is missing non-optional elmt 'operation-value'.\n"},
+      {&DecAs<ROIVapdu>, {0xA1, 0x03, 0x02, 0x01, 0x05}, -108, "ROIVapdu::BDec: ERROR - wrong tag\n"},
+      // operation value 3 is unknown: its argument stays unread, and in the
+      // indefinite form the end-of-contents check fails
+      {&DecAs<CSTAMsg>, {0xA1, 0x08, 0x02, 0x01, 0x01, 0x02, 0x01, 0x03, 0x05, 0x00}, -107, kLen},
+      {&DecAs<CSTAMsg>, {0xA1, 0x80, 0x02, 0x01, 0x01, 0x02, 0x01, 0x03, 0x05, 0x00, 0x00, 0x00}, -12, ""},
+  };
+  for (const Case &c : cases) {
+    Decoded d = c.dec(c.in);
+    EXPECT_EQ(d.rc, c.rc) << testing::PrintToString(c.in);
+    if (!c.err.empty()) EXPECT_EQ(d.err, c.err);
   }
-  {
-    ROSEapdus r;
-    EXPECT_EQ(Dec(Bytes{0xA5, 0x00}, r).rc, -120);
-  }
-  {
-    CSTAMsg m;  // linked-ID where invokeID belongs
-    Decoded d = Dec(Bytes{0xA1, 0x03, 0x80, 0x01, 0x05}, m);
-    EXPECT_EQ(d.rc, -105);
-    EXPECT_EQ(d.err, "ERROR - SEQUENCE is missing non-optional elmt 'invokeID'.\n");
-  }
-  {
-    CSTAMsg m;
-    Decoded d = Dec(Bytes{0xA1, 0x03, 0x02, 0x01, 0x05}, m);
-    EXPECT_EQ(d.rc, -106);
-    EXPECT_EQ(d.err, "ERROR - SEQUENCE is missing non-optional elmt 'operation-value'.\n");
-  }
-  {
-    ROIVapdu iv;
-    Decoded d = Dec(Bytes{0xA1, 0x03, 0x02, 0x01, 0x05}, iv);
-    EXPECT_EQ(d.rc, -108);
-    EXPECT_EQ(d.err, "ROIVapdu::BDec: ERROR - wrong tag\n");
-  }
-  {
-    // operation value 3 is unknown: its argument stays unread
-    CSTAMsg m;
-    Decoded d = Dec(Bytes{0xA1, 0x08, 0x02, 0x01, 0x01, 0x02, 0x01, 0x03, 0x05, 0x00}, m);
-    EXPECT_EQ(d.rc, -107);
-    EXPECT_EQ(d.err, "ERROR - Length discrepancy on sequence.\n");
-    CSTAMsg n;  // the same, indefinite: the end-of-contents check fails
-    EXPECT_EQ(Dec(Bytes{0xA1, 0x80, 0x02, 0x01, 0x01, 0x02, 0x01, 0x03, 0x05, 0x00, 0x00, 0x00}, n).rc, -12);
-  }
-  {
-    // unknown operation without argument decodes
-    CSTAMsg m;
-    ASSERT_EQ(Dec(Bytes{0xA1, 0x06, 0x02, 0x01, 0x01, 0x02, 0x01, 0x03}, m).rc, 0);
-    EXPECT_EQ(m.rOSE->roiv_apdu->argument, nullptr);
-  }
-  {
-    // truncated makeCall: every prefix fails cleanly, partly built trees are freed
-    for (size_t n = 0; n < kMakeCall.size(); ++n) {
-      CSTAMsg m;
-      EXPECT_LT(Dec(Bytes(kMakeCall.begin(), kMakeCall.begin() + long(n)), m).rc, 0) << n;
-    }
+  // unknown operation without argument decodes
+  CSTAMsg m;
+  ASSERT_EQ(Dec(Bytes{0xA1, 0x06, 0x02, 0x01, 0x01, 0x02, 0x01, 0x03}, m).rc, 0);
+  EXPECT_EQ(m.rOSE->roiv_apdu->argument, nullptr);
+  // truncated makeCall: every prefix fails cleanly, partly built trees are freed
+  for (size_t n = 0; n < kMakeCall.size(); ++n) {
+    EXPECT_LT(DecAs<CSTAMsg>(Bytes(kMakeCall.begin(), kMakeCall.begin() + long(n))).rc, 0) << n;
   }
 }
 
@@ -129,7 +120,6 @@ TEST(ModelVectors, ErrorTextsAndCodes) {
 // more octets than it was given, and its hand-corrected twin decodes and
 // re-encodes to exactly its own octets (so the refusal is for the fault).
 TEST(ModelVectors, StrictLengthsAndEnds) {
-  const std::string kLen = "ERROR - Length discrepancy on sequence.\n";
   struct Case {
     const char *what;
     Bytes bad;
