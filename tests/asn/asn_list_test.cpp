@@ -34,16 +34,13 @@ std::vector<int32_t> Values(const AsnList<AsnInt> &l) {
 }  // namespace
 
 TEST(AsnList, CopiesAreDeepAndKeepTheOrder) {
-  AsnList<AsnInt> l;
-  for (int32_t i = 1; i <= 5; ++i) l.Append()->Set(i * 10);
-  AsnList<AsnInt> c(l);
-  EXPECT_EQ(Values(c), (std::vector<int32_t>{10, 20, 30, 40, 50}));
-  AsnList<AsnInt> shorter;
-  shorter.Append()->Set(7);
-  c = shorter;
+  AsnList<AsnInt> l, c;
+  for (int32_t i = 1; i <= 3; ++i) l.Append()->Set(i * 10);
+  c.Append()->Set(7);
+  c = l;
   AsnList<AsnInt> &alias = c;
   c = alias;
-  EXPECT_EQ(Values(c), (std::vector<int32_t>{7}));
+  EXPECT_EQ(Values(c), (std::vector<int32_t>{10, 20, 30}));
 
   AsnList<AsnOcts> os;
   os.Append()->Set("one");

@@ -145,16 +145,6 @@ TEST(AsnOcts, ConstructedForms) {
     EXPECT_EQ(Dec(in, v, &used), -15) << in.size();
     EXPECT_LE(used, in.size());
   }
-
-  // An implicitly tagged constructed string takes the same path.
-  const Bytes tagged = {0xA3, 0x05, 0x04, 0x03, 'x', 'y', 'z'};
-  AsnBuf b;
-  b.InitForDecode(tagged.data(), tagged.size());
-  AsnLen used = 0;
-  AsnTag tag = BDecTag(b, used);
-  v.BDecContent(b, tag, BDecLen(b, used), used);
-  EXPECT_EQ(v.Str(), "xyz");
-  EXPECT_EQ(used, 7u);
 }
 
 TEST(AsnOcts, EndOfContentsWarningPath) {
