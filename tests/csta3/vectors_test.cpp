@@ -47,18 +47,6 @@ TEST(ModelVectors, ImplicitTaggedChoiceAndInlineString) {
   EXPECT_EQ(in.consultedDevice->privateName->Str(), "Bob");
   EXPECT_EQ(EncodeToVector(in), kConsultation);
 
-  // userData [6] IMPLICIT UserData: the [6] replaces UserData's own explicit
-  // [APPLICATION 29], so it is constructed around the OCTET STRING.
-  Bytes withUserData = kConsultation;
-  withUserData[1] = 0x1A;
-  withUserData.insert(withUserData.end(), {0xA6, 0x03, 0x04, 0x01, 0x4F});
-  ConsultationCallArgument u;
-  d = Dec(withUserData, u);
-  ASSERT_EQ(d.rc, 0) << d.err;
-  ASSERT_NE(u.userData, nullptr);
-  EXPECT_EQ(u.userData->Str(), "O");
-  EXPECT_EQ(EncodeToVector(u), withUserData);
-
   // The forms the model used to produce are refused: an OCTET STRING inside
   // privateName, an [APPLICATION 11] tag inside existingCall.
   Bytes octs = kConsultation;
