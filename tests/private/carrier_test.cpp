@@ -36,8 +36,9 @@ TEST(PrivateData, FormOfTheOctets) {
   EXPECT_NE(loop.Acl()->maint, nullptr);
   EXPECT_EQ(loop.Office(), nullptr);
 
-  // Three octets starting 0x1A are too short for the ACL form; as office form
-  // they give no element, so only the raw octets stay.
+  // Four octets starting 0x1A are the shortest ACL form; three are too short,
+  // and as office form they give no element, so only the raw octets stay.
+  EXPECT_EQ(FromOctets(B({0x1A, 0x04, 0x01, 0xC0})).DataChoice(), 1u);
   PrivateDataChoiceSeq three = FromOctets(B({0x1A, 0x04, 0x02}));
   EXPECT_EQ(three.DataChoice(), 0u);
   EXPECT_EQ(three.acl, nullptr);
