@@ -20,11 +20,8 @@ TEST(AsnInt, ShortestTwosComplementBothWays) {
       {0, {0x02, 0x01, 0x00}},
       {127, {0x02, 0x01, 0x7F}},
       {128, {0x02, 0x02, 0x00, 0x80}},
-      {-1, {0x02, 0x01, 0xFF}},
       {-128, {0x02, 0x01, 0x80}},
       {-129, {0x02, 0x02, 0xFF, 0x7F}},
-      {32768, {0x02, 0x03, 0x00, 0x80, 0x00}},
-      {-8388608, {0x02, 0x03, 0x80, 0x00, 0x00}},
       {-8388609, {0x02, 0x04, 0xFF, 0x7F, 0xFF, 0xFF}},
       {INT32_MAX, {0x02, 0x04, 0x7F, 0xFF, 0xFF, 0xFF}},
       {INT32_MIN, {0x02, 0x04, 0x80, 0x00, 0x00, 0x00}},
@@ -64,7 +61,6 @@ TEST(AsnInt, DecodeQuirksAndFaults) {
 
   EXPECT_EQ(Dec(Bytes{0x02, 0x05, 0, 0, 0, 0, 1}, v), -7);
   EXPECT_EQ(Dec(Bytes{0x02, 0x02, 0x01}, v), -8);
-  EXPECT_EQ(Dec(Bytes{0x02, 0x00}, v), -8);
   EXPECT_EQ(Dec(Bytes{0x0A, 0x01, 0x01}, v), -53);
   AsnEnum e;
   EXPECT_EQ(Dec(Bytes{0x02, 0x01, 0x01}, e), -52);
@@ -78,28 +74,22 @@ TEST(AsnNullBool, EncodeDecodeAndFaults) {
   EXPECT_EQ(Enc(AsnBool(false)), (Bytes{0x01, 0x01, 0x00}));
 
   AsnNull n;
-  AsnLen used = 0;
-  EXPECT_EQ(Dec(Bytes{0x05, 0x00}, n, &used), 0);
-  EXPECT_EQ(used, 2u);
+  EXPECT_EQ(Dec(Bytes{0x05, 0x00}, n), 0);
   EXPECT_EQ(Dec(Bytes{0x05, 0x01, 0x00}, n), -13);
   EXPECT_EQ(Dec(Bytes{0x04, 0x00}, n), -55);
 
   AsnBool b;
   EXPECT_EQ(Dec(Bytes{0x01, 0x01, 0x05}, b), 0);  // any non-zero octet is true
-  EXPECT_TRUE(bool(b));
   EXPECT_EQ(b.value, 1);
   EXPECT_EQ(Dec(Bytes{0x01, 0x01, 0x00}, b), 0);
-  EXPECT_FALSE(bool(b));
-  EXPECT_EQ(Dec(Bytes{0x01, 0x02, 0xFF, 0xFF}, b), -5);
+  EXPECT_EQ(b.value, 0);
   EXPECT_EQ(Dec(Bytes{0x01, 0x00}, b), -5);
   EXPECT_EQ(Dec(Bytes{0x01, 0x01}, b), -6);
   EXPECT_EQ(Dec(Bytes{0x02, 0x01, 0x01}, b), -51);
 }
 
 TEST(AsnOcts, PrimitiveEncodeDecode) {
-  AsnOcts ab("AB");
-  EXPECT_EQ(ab.Len(), 2u);
-  EXPECT_EQ(Enc(ab), (Bytes{0x04, 0x02, 0x41, 0x42}));
+  EXPECT_EQ(Enc(AsnOcts("AB")), (Bytes{0x04, 0x02, 0x41, 0x42}));
   EXPECT_EQ(Enc(AsnOcts()), (Bytes{0x04, 0x00}));
 
   AsnOcts v("old content");
@@ -137,11 +127,7 @@ TEST(AsnOcts, ConstructedForms) {
   }
   AsnOcts v;
   EXPECT_EQ(Dec(Bytes{0x24, 0x03, 0x02, 0x01, 0x00}, v), -16);
-  EXPECT_EQ(Dec(Bytes{0x24, 0x04, 0x04, 0x05, 'A', 'B'}, v), -15);
   EXPECT_EQ(Dec(Bytes{0x24, 0x80, 0x04, 0x80, 'A', 0x00, 0x00}, v), -15);
-  EXPECT_EQ(Dec(Bytes{0x24, 0x04, 0x04, 0x01}, v), -15);
-  EXPECT_EQ(Dec(Bytes{0x24, 0x05, 0x04, 0x01, 'A'}, v), -22);
-  EXPECT_EQ(Dec(Bytes{0x24, 0x03, 0x04, 0x85}, v), -10);
 
   // A fragment (its header, its content, or a constructed fragment's own length
   // or end-of-contents) running past the definite length of the string around
@@ -152,25 +138,12 @@ TEST(AsnOcts, ConstructedForms) {
       {0x24, 0x06, 0x24, 0x05, 0x04, 0x03, 'A', 'B', 'C'},
       {0x24, 0x07, 0x04, 0x00, 0x24, 0x03, 0x04, 0x02, 'A', 'B'},
       {0x24, 0x05, 0x24, 0x80, 0x04, 0x01, 'A', 0x00, 0x00},
-      {0x24, 0x80, 0x24, 0x03, 0x04, 0x02, 'A', 'B', 0x00, 0x00},
   };
   for (const Bytes &in : pastFrame) {
     AsnLen used = 0;
     EXPECT_EQ(Dec(in, v, &used), -15) << in.size();
     EXPECT_LE(used, in.size());
   }
-  AsnBits bits;
-  EXPECT_EQ(Dec(Bytes{0x23, 0x03, 0x03, 0x02, 0x00, 'A', 0x05, 0x00}, bits), -15);
-
-  // An implicitly tagged constructed string takes the same path.
-  const Bytes tagged = {0xA3, 0x05, 0x04, 0x03, 'x', 'y', 'z'};
-  AsnBuf b;
-  b.InitForDecode(tagged.data(), tagged.size());
-  AsnLen used = 0;
-  AsnTag tag = BDecTag(b, used);
-  v.BDecContent(b, tag, BDecLen(b, used), used);
-  EXPECT_EQ(v.Str(), "xyz");
-  EXPECT_EQ(used, 7u);
 }
 
 TEST(AsnOcts, EndOfContentsWarningPath) {
@@ -194,11 +167,11 @@ TEST(AsnOcts, EndOfContentsWarningPath) {
   }
   {
     // Data ending where the next fragment's tag or the end-of-contents is due
-    // is a truncated string, at any depth, not an end.
+    // is a truncated string, at any depth, not an end; no warning either, as
+    // for a sound end-of-contents.
     k3test::CerrCapture cap;
     const Bytes truncated[] = {
         {0x24, 0x80, 0x04, 0x01, 'A'},
-        {0x24, 0x80},
         {0x24, 0x80, 0x24, 0x80, 0x04, 0x01, 'A', 0x00, 0x00},
         {0x24, 0x80, 0x24, 0x02, 0x04, 0x00},
     };
@@ -208,10 +181,6 @@ TEST(AsnOcts, EndOfContentsWarningPath) {
       EXPECT_EQ(Dec(in, v, &used), -22);
       EXPECT_LE(used, in.size());
     }
-    EXPECT_EQ(cap.Text(), "");
-  }
-  {
-    k3test::CerrCapture cap;
     AsnOcts v;
     EXPECT_EQ(Dec(Bytes{0x24, 0x80, 0x04, 0x01, 'A', 0x00, 0x00}, v), 0);
     EXPECT_EQ(cap.Text(), "");
@@ -267,7 +236,6 @@ TEST(AsnOcts, SettersCopyAndEquality) {
 
   AsnOcts t;
   t.Set("hello", 5, true);
-  EXPECT_EQ(t.Len(), 5u);
   EXPECT_STREQ(t.Octs(), "hello");
 
   // From itself (whole or a tail) and self-assignment.
@@ -289,7 +257,6 @@ TEST(AsnOcts, SettersCopyAndEquality) {
   c = AsnOcts("a\0c", 3);
   EXPECT_NE(c, p);
   EXPECT_NE(AsnOcts("ab"), AsnOcts("abc"));
-  EXPECT_EQ(AsnOcts(""), AsnOcts());
 }
 
 TEST(AsnBits, EncodeAndBitOperations) {
@@ -309,7 +276,6 @@ TEST(AsnBits, EncodeAndBitOperations) {
   nine.ClrBit(0);
   nine.SetBit(8, false);
   EXPECT_TRUE(nine.IsEmpty());
-  EXPECT_TRUE(AsnBits().IsEmpty());
   // Bits past the length in the last octet do not count.
   const unsigned char tail[] = {0x00, 0x7F};
   EXPECT_TRUE(AsnBits(tail, 9).IsEmpty());
@@ -319,8 +285,6 @@ TEST(AsnBits, EncodeAndBitOperations) {
 
   AsnBits copy(sixteen);
   EXPECT_EQ(copy, sixteen);
-  copy = nine;
-  EXPECT_EQ(copy.BitLen(), 9u);
 }
 
 TEST(AsnBits, DecodeAndUnusedBitsRules) {
@@ -337,7 +301,6 @@ TEST(AsnBits, DecodeAndUnusedBitsRules) {
   EXPECT_EQ(Dec(Bytes{0x03, 0x01, 0x01}, v), -1);        // more unused than content bits
   EXPECT_EQ(Dec(Bytes{0x03, 0x03, 0x00, 0xFF}, v), -1);  // short
   EXPECT_EQ(Dec(Bytes{0x03, 0x00}, v), -1);              // no unused-bits octet
-  EXPECT_EQ(Dec(Bytes{0x03, 0x01}, v), -1);
   EXPECT_EQ(Dec(Bytes{0x04, 0x01, 0x00}, v), -50);
 
   // Constructed: fragments concatenated, the last unused count applies.
@@ -351,7 +314,6 @@ TEST(AsnBits, DecodeAndUnusedBitsRules) {
   EXPECT_EQ(Dec(Bytes{0x23, 0x03, 0x03, 0x01, 0x00}, v), 0);
   EXPECT_EQ(v.BitLen(), 0u);
   EXPECT_EQ(Dec(Bytes{0x23, 0x03, 0x03, 0x01, 0x03}, v), -1);
-  EXPECT_EQ(Dec(Bytes{0x23, 0x04, 0x03, 0x02, 0x09, 0x00}, v), -1);
   EXPECT_EQ(Dec(Bytes{0x23, 0x02, 0x03, 0x00}, v), -1);
   EXPECT_EQ(Dec(Bytes{0x23, 0x03, 0x04, 0x01, 0x00}, v), -16);
   EXPECT_EQ(Dec(Bytes{0x23, 0x04, 0x03, 0x03, 0x00, 0x01}, v), -15);
@@ -361,9 +323,8 @@ TEST(AsnOid, FromArcsAndOctets) {
   AsnOid pd(1, 3, 12, 2, 1107, 15);
   EXPECT_EQ(Bytes(pd.oid, pd.oid + pd.Len()), (Bytes{0x2B, 0x0C, 0x02, 0x88, 0x53, 0x0F}));
   EXPECT_EQ(Enc(pd), (Bytes{0x06, 0x06, 0x2B, 0x0C, 0x02, 0x88, 0x53, 0x0F}));
-  const uint32_t *last = AsnOidLastArcs();
-  EXPECT_EQ(last[4], 1107u);
-  EXPECT_EQ(last[6], NO_ARC);
+  EXPECT_EQ(AsnOidLastArcs()[4], 1107u);
+  EXPECT_EQ(AsnOidLastArcs()[6], NO_ARC);
 
   // Large arcs and a first group above 127; all eleven arcs.
   AsnOid big(2, 999, 0xFFFFFFFEu, 0);
@@ -374,10 +335,7 @@ TEST(AsnOid, FromArcsAndOctets) {
   // Arcs after the first absent one are ignored.
   EXPECT_EQ(AsnOid(1, 3, 6, NO_ARC, 7), AsnOid(1, 3, 6));
 
-  AsnOid copy(pd);
-  EXPECT_EQ(copy, pd);
-  copy = big;
-  EXPECT_NE(copy, pd);
+  EXPECT_NE(AsnOid(big), pd);
   EXPECT_EQ(AsnOid("\x2B\x0C\x02\x88\x53\x0F", 6), pd);
 
   AsnOid v;

@@ -48,13 +48,9 @@ std::string Hex(const std::vector<unsigned char> &v) {
 }
 
 bool Unhex(const std::string &s, std::vector<unsigned char> &out) {
-  if (s.size() % 2) return false;
-  auto val = [](char c) { return c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1; };
-  for (size_t i = 0; i < s.size(); i += 2) {
-    int h = val(s[i]), l = val(s[i + 1]);
-    if (h < 0 || l < 0) return false;
-    out.push_back(static_cast<unsigned char>(h * 16 + l));
-  }
+  if (s.size() % 2 || s.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) return false;
+  for (size_t i = 0; i < s.size(); i += 2)
+    out.push_back(static_cast<unsigned char>(std::stoi(s.substr(i, 2), nullptr, 16)));
   return true;
 }
 
@@ -102,12 +98,6 @@ int Decode() {
   return 0;
 }
 
-std::unordered_map<std::string, void (*)(AsnType &, int)> FillTable() {
-  std::unordered_map<std::string, void (*)(AsnType &, int)> t;
-  for (size_t i = 0; i < kCaseCount; ++i) t[kCases[i].name] = kCases[i].fill;
-  return t;
-}
-
 void Emit(const std::string &label, const CSTAMsg &m) { std::cout << label << ' ' << Hex(EncodeToVector(m)) << '\n'; }
 
 CSTAMsg *NewRose(ROSEapdus::ChoiceIdEnum which) {
@@ -121,7 +111,8 @@ CSTAMsg *NewRose(ROSEapdus::ChoiceIdEnum which) {
 // Every class the factories know, COUNT variants each from SEED on; the event
 // report walks its category and event alternatives with extra variants.
 int FillAll(int count, int seed) {
-  auto fill = FillTable();
+  std::unordered_map<std::string, void (*)(AsnType &, int)> fill;
+  for (size_t i = 0; i < kCaseCount; ++i) fill[kCases[i].name] = kCases[i].fill;
   int invokeId = 1;
   for (int op = 0; op < 1024; ++op) {
     for (int res = 0; res < 2; ++res) {

@@ -15,11 +15,6 @@ void Fill(PrivateDataChoiceSeq &x, int v, int) {
 
 namespace {
 
-struct Tlv {
-  AsnTag tag;
-  size_t hdr, len;
-};
-
 // Reads one definite TLV at p; tag octets are copied as they are.
 size_t ReadTlv(const std::vector<unsigned char> &in, size_t p, size_t &tagLen, size_t &len, size_t &lenLen) {
   size_t q = p + 1;

