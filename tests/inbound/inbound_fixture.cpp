@@ -51,6 +51,20 @@ CSTACommonArguments *PrivateData(const Bytes &octets) {
   item->DecodeData();
   return ext;
 }
+DeviceID *Device(const char *digits) {
+  auto *d = new DeviceID;
+  d->deviceIdentifier = new DeviceIDChoice;
+  d->deviceIdentifier->dialingNumber = new NumberDigits(digits);
+  return d;
+}
+
+CSTAMsg StartPath(uint32_t id, const char *device, bool withPrivate) {
+  auto *arg = new StartDataPathArgument;
+  (arg->object = new CSTAObject)->deviceObject = Device(device);
+  if (withPrivate) arg->extensions = PrivateData(B({0xE0, 0x05, 0x07, 0x00, 0x00}));
+  return Invoke(id, 110, arg);
+}
+
 void Inbound::SetUp() {
   k3::ResetAllForLoad();
   k3::g_callbacks = {};

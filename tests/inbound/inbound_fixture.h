@@ -70,6 +70,9 @@ inline Bytes Maint(int type, int ref, const Bytes &items = {}, int action = 0xC4
 inline Bytes Date(int d, int m, int y) { return B({0xB8, 0x06, 0, d, m, y}); }
 inline Bytes Time(int h, int m, int s) { return B({0xB9, 0x06, 0, h, m, s}); }
 
+// Common arguments carrying one PBX private-data item with these octets.
+CSTACommonArguments *PrivateData(const Bytes &octets);
+
 // An invocation of op by the PBX under invoke id id; msg owns arg.
 inline CSTAMsg Invoke(uint32_t id, int32_t op, AsnType *arg) {
   CSTAMsg msg;
@@ -94,6 +97,31 @@ inline CSTAMsg PathMessage(uint32_t id, int32_t op, const std::string &xref, con
   return Invoke(id, op, arg);
 }
 
+DeviceID *Device(const char *digits);
+// The PBX's startDataPath for device, with private element 3 (value 7) when withPrivate.
+CSTAMsg StartPath(uint32_t id, const char *device, bool withPrivate);
+
+// An agent event report of the logical-device family on cross reference xref.
+using L = LogicalDeviceFeatureEvents;
+const std::string kXref("\x01\x02", 2);
+template <class E>
+CSTAMsg AgentReport(L::ChoiceIdEnum which, const char *agentId, CSTACommonArguments *ext = nullptr,
+                    const std::string &xref = kXref) {
+  auto *e = new E;
+  (e->agentDevice = new SubjectDeviceID)->deviceIdentifier = Device("4712");
+  if (agentId) e->agentID = new AgentID(agentId);
+  e->acdGroup = Device("300");
+  e->extensions = ext;
+  auto *arg = new CSTAEventReportArgument;
+  arg->crossRefIdentifier.Set(xref.data(), xref.size());
+  arg->eventSpecificInfo = new EventSpecificInfo;
+  arg->eventSpecificInfo->choiceId = EventSpecificInfo::logicalDeviceFeatureEventsCid;
+  auto *events = arg->eventSpecificInfo->logicalDeviceFeatureEvents = new L;
+  events->choiceId = which;
+  events->alternative = e;
+  return Invoke(1, 21, arg);
+}
+
 struct Host {
   std::vector<std::pair<uint32_t, Bytes>> sent;      // invoke id, BER
   std::vector<std::pair<uint32_t, uint32_t>> replies;  // request id, result
@@ -106,8 +134,6 @@ struct Host {
 };
 Host &TheHost();
 std::unique_ptr<CSTAMsg> Decode(const Bytes &ber);
-// Common arguments carrying one PBX private-data item with these octets.
-CSTACommonArguments *PrivateData(const Bytes &octets);
 
 // A request structure in a heap block of exactly its size (ASan sees writes past it).
 struct Block {

@@ -122,14 +122,7 @@ TEST_F(Reentry, ListCompletionWhoseReplyClosesOrQueriesAgain) {
 TEST_F(Reentry, SendCallbacksThatHandInMessagesOrClose) {
   // The answer to the PBX's sendData: its send callback hands in the PBX's
   // stopDataPath for the same path, which frees the path's entry.
-  Dispatch(Invoke(1, 110, [] {
-    auto *arg = new StartDataPathArgument;
-    (arg->object = new CSTAObject)->deviceObject = new DeviceID;
-    arg->object->deviceObject->deviceIdentifier = new DeviceIDChoice;
-    arg->object->deviceObject->deviceIdentifier->dialingNumber = new NumberDigits("DP1");
-    arg->extensions = PrivateData(B({0xE0, 0x05, 0x07, 0x00, 0x00}));
-    return arg;
-  }()));
+  Dispatch(StartPath(1, "DP1", true));
   ASSERT_EQ(k3::Line(0).dataPaths.size(), 1u);
   const std::string xref(4, '\0');
   host.onSend = [&](uint32_t invokeId) {
@@ -143,11 +136,7 @@ TEST_F(Reentry, SendCallbacksThatHandInMessagesOrClose) {
   EXPECT_EQ(Str(Record(U32(host.events[2], 2)), 24), "DP1");
 
   // The same answer's send callback closes the line.
-  Dispatch(Invoke(2, 110, [] {
-    auto *arg = new StartDataPathArgument;
-    arg->extensions = PrivateData(B({0xE0, 0x05, 0x07, 0x00, 0x00}));
-    return arg;
-  }()));
+  Dispatch(StartPath(2, "DP2", true));
   ASSERT_EQ(k3::Line(0).dataPaths.size(), 1u);
   const std::string xref2("\x01\x00\x00\x00", 4);
   host.onSend = [&](uint32_t invokeId) {
@@ -240,20 +229,7 @@ TEST_F(Reentry, EventCallbacksThatRequestAndChangeMonitors) {
   // An agent event whose event callback fetches its record at once (a new
   // request, answered locally) and stops the monitor: the record is consumed
   // and the monitor's next event is dropped.
-  const std::string xref("\x01\x02", 2);
-  k3::MonitorStartHandler(0, "4711", AsnOcts(xref.data(), xref.size()));
-  auto report = [&](const char *agentId) {
-    auto *e = new AgentBusyEvent;
-    e->agentID = new AgentID(agentId);
-    auto *arg = new CSTAEventReportArgument;
-    arg->crossRefIdentifier.Set(xref.data(), xref.size());
-    arg->eventSpecificInfo = new EventSpecificInfo;
-    arg->eventSpecificInfo->choiceId = EventSpecificInfo::logicalDeviceFeatureEventsCid;
-    auto *events = arg->eventSpecificInfo->logicalDeviceFeatureEvents = new LogicalDeviceFeatureEvents;
-    events->choiceId = LogicalDeviceFeatureEvents::agentBusyCid;
-    events->alternative = e;
-    return Invoke(1, 21, arg);
-  };
+  k3::MonitorStartHandler(0, "4711", AsnOcts(kXref.data(), kXref.size()));
   Block fetch(DS_GET_STORED_RECORD, 36);
   host.onEvent = [&](const Bytes &header) {
     std::memcpy(&fetch.p[2], &header[2], 4);
@@ -261,12 +237,12 @@ TEST_F(Reentry, EventCallbacksThatRequestAndChangeMonitors) {
     k3::MonitorStopHandler(0, "4711");
     k3::MonitorStartHandler(0, "4712", AsnOcts("\x09", 1));
   };
-  Dispatch(report("A1"));
+  Dispatch(AgentReport<AgentBusyEvent>(L::agentBusyCid, "A1"));
   ASSERT_EQ(host.events.size(), 1u);
   EXPECT_EQ(host.replies, (Replies{{90, 0}}));
   EXPECT_EQ(fetch.Str(15), "A1");
   EXPECT_TRUE(k3::Line(0).events.empty());
-  Dispatch(report("A2"));
+  Dispatch(AgentReport<AgentBusyEvent>(L::agentBusyCid, "A2"));
   EXPECT_EQ(host.events.size(), 1u);
 
   // An event callback that closes the line while a CDR report is raised.
