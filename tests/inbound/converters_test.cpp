@@ -184,7 +184,7 @@ TEST_F(Inbound, AgentStateAndDeviceCategory) {
 
 TEST_F(Inbound, AListArrivesInThreePartsAndIsFetched) {
   Block query(0x61, 21);
-  EXPECT_EQ(k3::ProcessDevSpecificRequest(0, 5, query.p.get(), query.size), 0u);
+  EXPECT_EQ(Request(5, query), 0u);
   ASSERT_EQ(host.sent.size(), 1u);
   const uint32_t listSeq = k3::Line(0).listQueryHandle, queryId = host.sent[0].first;
   // The collecting record names the query's invoke id; tracked under that
@@ -204,16 +204,14 @@ TEST_F(Inbound, AListArrivesInThreePartsAndIsFetched) {
   EXPECT_EQ(k3::Line(0).listQueryHandle, 0u);
   EXPECT_EQ(PendingCount(), 0u);
 
-  std::vector<uint8_t> fetch(53, 0);  // the size the query reported
-  fetch[0] = 0x62;
-  std::memcpy(&fetch[2], &listSeq, 4);
-  k3::ProcessDevSpecificRequest(0, 6, fetch.data(), 17);
-  EXPECT_EQ(fetch[6], 5);
-  for (int i = 0; i < 5; ++i) EXPECT_EQ(Str(fetch, 8 + 9 * i), std::to_string(101 + i));
+  Block fetch(0x62, 17, 53);  // the size the query reported
+  Request(6, fetch.U32(2, listSeq));
+  EXPECT_EQ(fetch.p[6], 5);
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(fetch.Str(8 + 9 * i), std::to_string(101 + i));
 
   // A part that came as a result asks with a new, untracked invocation.
   Block q2(0x61, 21), other(0x43, 3);
-  k3::ProcessDevSpecificRequest(0, 7, q2.p.get(), q2.size);
+  Request(7, q2);
   Pend(39000, other);
   Dispatch(Rors(39000, 51, EscapeRes(Item(Cat({Amhost(7, 2, 6), Dev211("7")})))));
   ASSERT_EQ(host.sent.size(), 5u);
@@ -226,12 +224,12 @@ TEST_F(Inbound, AListQueryThatFailsDoesNotBlockTheNext) {
   Block query(0x61, 21);
   auto sendsNext = [&](uint32_t requestId) {
     size_t before = host.sent.size();
-    k3::ProcessDevSpecificRequest(0, requestId, query.p.get(), query.size);
+    Request(requestId, query);
     return host.sent.size() == before + 1 && k3::Line(0).listQueryHandle != 0;
   };
   // Refused by the host: nothing to collect, nothing held.
   host.sendReturn = 0;
-  k3::ProcessDevSpecificRequest(0, 1, query.p.get(), query.size);
+  Request(1, query);
   host.sendReturn = 1;
   EXPECT_EQ(host.replies.back(), std::make_pair(1u, 0xC0000012u));
   EXPECT_EQ(k3::Line(0).listQueryHandle, 0u);
@@ -264,11 +262,8 @@ TEST_F(Inbound, AListQueryThatFailsDoesNotBlockTheNext) {
   EXPECT_EQ(k3::FindEventData(0, listSeq)->texts, std::vector<std::string>{"101"});
   // A list fetched while its query still collects ends that query too.
   ASSERT_TRUE(sendsNext(6));
-  std::vector<uint8_t> fetch(17, 0);
-  fetch[0] = 0x62;
-  const uint32_t seq2 = k3::Line(0).listQueryHandle;
-  std::memcpy(&fetch[2], &seq2, 4);
-  k3::ProcessDevSpecificRequest(0, 7, fetch.data(), 17);
+  Block fetch(0x62, 17);
+  Request(7, fetch.U32(2, k3::Line(0).listQueryHandle));
   EXPECT_EQ(k3::Line(0).listQueryHandle, 0u);
   EXPECT_TRUE(sendsNext(8));
 }

@@ -186,9 +186,8 @@ TEST_F(Inbound, CdrReportsBecomeRecords) {
   EXPECT_EQ(Record(1), expect);
 
   // TAPI answers the report later under the kept invoke id.
-  std::vector<uint8_t> answer(442, 0);
-  answer[0] = 0x35, answer[6] = 1;  // session 0, record 1
-  k3::ProcessDevSpecificRequest(0, 9, answer.data(), 10);
+  Block answer(0x35, 10, 442);
+  Request(9, answer.U32(6, 1));  // session 0, record 1
   ASSERT_EQ(host.sent.size(), 1u);
   EXPECT_EQ(host.sent[0].first, 900u);
 
@@ -283,7 +282,7 @@ TEST_F(Inbound, WhatThePbxMakesALineKeepIsBounded) {
   // A list stops counting at the u16 count's end: the entries past it are
   // dropped and logged once; each entry is kept as the fetch hands it back.
   Block query(0x61, 21);
-  k3::ProcessDevSpecificRequest(0, 60, query.p.get(), query.size);
+  Request(60, query);
   k3::EventDataRecord *list = k3::FindEventData(0, k3::Line(0).listQueryHandle);
   ASSERT_NE(list, nullptr);
   Dispatch(Roiv(3001, 51, EscapeArg(Cat({Amhost(7, 2, 6), Dev211("123456789")}))));

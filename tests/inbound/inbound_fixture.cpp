@@ -5,9 +5,19 @@
 namespace inbound_test {
 
 namespace {
-uint32_t K3_CALL OnSend(uint32_t, const void *m, void *, uint32_t id) {
+Bytes PnOctets(const CSTAMsg &msg) {
+  if (msg.choiceId != CSTAMsg::rOSECid || msg.rOSE->choiceId != ROSEapdus::roiv_apduCid) return {};
+  const auto *arg = dynamic_cast<const EscapeArgument *>(msg.rOSE->roiv_apdu->argument);
+  if (!arg || !arg->privateData || arg->privateData->choiceId != CSTAPrivateData::privateCid) return {};
+  const AsnOcts &o = arg->privateData->private_->comPrivateData->pnPrivateData;
+  return Bytes(o.Octs(), o.Octs() + o.Len());
+}
+uint32_t K3_CALL OnSend(uint32_t line, const void *m, void *, uint32_t id) {
   Host &h = TheHost();
-  h.sent.emplace_back(id, EncodeToVector(*static_cast<const CSTAMsg *>(m)));
+  const CSTAMsg &msg = *static_cast<const CSTAMsg *>(m);
+  h.sent.emplace_back(id, EncodeToVector(msg));
+  h.sentLines.push_back(line);
+  h.sentPn.push_back(PnOctets(msg));
   uint32_t accepted = h.sendReturn;
   if (h.onSend) h.onSend(id);
   return accepted;

@@ -124,6 +124,8 @@ CSTAMsg AgentReport(L::ChoiceIdEnum which, const char *agentId, CSTACommonArgume
 
 struct Host {
   std::vector<std::pair<uint32_t, Bytes>> sent;      // invoke id, BER
+  std::vector<uint32_t> sentLines;                   // the line of each message sent
+  std::vector<Bytes> sentPn;                         // an escape's pnPrivateData as the host reads it
   std::vector<std::pair<uint32_t, uint32_t>> replies;  // request id, result
   std::vector<Bytes> events;                         // the 12-byte headers
   uint32_t sendReturn = 1;
@@ -135,11 +137,20 @@ struct Host {
 Host &TheHost();
 std::unique_ptr<CSTAMsg> Decode(const Bytes &ber);
 
-// A request structure in a heap block of exactly its size (ASan sees writes past it).
+// A request structure in a heap buffer of exactly its size, plus only the room
+// the type may write past it, so that stray accesses show up under ASan.
 struct Block {
-  std::unique_ptr<uint8_t[]> p;
+  std::vector<uint8_t> p;
   uint32_t size;
-  Block(uint16_t type, uint32_t sz) : p(new uint8_t[sz]()), size(sz) { p[0] = uint8_t(type), p[1] = uint8_t(type >> 8); }
+  Block(uint16_t type, uint32_t sz, uint32_t room = 0) : p(std::max(sz, room), 0), size(sz) {
+    for (uint32_t i = 0; i < 2 && i < sz; ++i) p[i] = uint8_t(type >> (8 * i));
+  }
+  Block &Str(uint32_t at, const std::string &s) { return std::memcpy(&p[at], s.data(), s.size()), *this; }
+  Block &U8(uint32_t at, uint8_t v) { return p[at] = v, *this; }
+  Block &U32(uint32_t at, uint32_t v, int width = 4) {
+    for (int i = 0; i < width; ++i) p[at + i] = uint8_t(v >> (8 * i));
+    return *this;
+  }
   uint32_t U32(size_t at) const { return p[at] | p[at + 1] << 8 | p[at + 2] << 16 | uint32_t(p[at + 3]) << 24; }
   std::string Str(size_t at) const { return reinterpret_cast<const char *>(&p[at]); }
   Bytes Range(size_t from, size_t to) const { return Bytes(&p[from], &p[to]); }
@@ -160,10 +171,13 @@ class Inbound : public ::testing::Test {
   Host &host = TheHost();
   // A pending request for the block under invokeId (request id invokeId + 1),
   // with the answer kind the bridge gives its type when it sends it.
+  uint32_t Request(uint32_t requestId, Block &b, uint32_t line = 0) {
+    return k3::ProcessDevSpecificRequest(line, requestId, b.p.data(), b.size);
+  }
   void Pend(uint32_t invokeId, Block &b) {
     uint16_t type = uint16_t(b.p[0] | b.p[1] << 8);
     const k3::RequestType *row = k3::FindRequestType(type);
-    k3::AddPending(0, {invokeId, type, b.p.get(), b.size, invokeId + 1, 0, kNow, kNow + 90000, 0,
+    k3::AddPending(0, {invokeId, type, b.p.data(), b.size, invokeId + 1, 0, kNow, kNow + 90000, 0,
                        row ? row->answer : k3::AnswerKind::kGeneral});
   }
   void Dispatch(const Bytes &ber) {

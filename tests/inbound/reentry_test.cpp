@@ -11,20 +11,14 @@ namespace {
 
 using Replies = std::vector<std::pair<uint32_t, uint32_t>>;
 
-class Reentry : public Inbound {
- protected:
-  // A request that goes to the PBX: 0x41 asks for the PBX's time.
-  uint32_t Request(uint32_t requestId, Block &b) {
-    return k3::ProcessDevSpecificRequest(0, requestId, b.p.get(), b.size);
-  }
-};
+using Reentry = Inbound;
 
 TEST_F(Reentry, SweepRepliesThatCloseAnswerOrRequest) {
   Block a(0x43, 3), b(0x43, 3), c(0x43, 3), young(0x43, 3);
   Pend(40000, a);
   Pend(40010, b);
   Pend(40020, c);
-  k3::AddPending(0, {40030, 0x43, young.p.get(), 3, 40031, 0, kNow + 50000, kNow + 140000});
+  k3::AddPending(0, {40030, 0x43, young.p.data(), 3, 40031, 0, kNow + 50000, kNow + 140000});
   // The first expired request's reply closes the line: the others are
   // dropped unanswered, like every request a close finds.
   host.onReply = [](uint32_t requestId, uint32_t) {
@@ -170,12 +164,11 @@ TEST_F(Reentry, AnswersHandedInFromTheSendCallback) {
   EXPECT_EQ(PendingCount(), 0u);
 
   // The loop test's answer handed in at once stays in the structure.
-  Block loop(0x21, 56);
-  loop.p[2] = 'x';
-  loop.p[53] = 1;
+  Block loop(0x21, 54, 56);
+  loop.U8(2, 'x').U8(53, 1);
   host.replies.clear();
   host.onSend = [&](uint32_t invokeId) { Dispatch(Rors(invokeId, 51, EscapeRes(Item(Maint(1, 0, B({1, 2, 3})))))); };
-  k3::ProcessDevSpecificRequest(0, 16, loop.p.get(), 54);
+  Request(16, loop);
   EXPECT_EQ(host.replies, (Replies{{16, 0}}));
   EXPECT_EQ(loop.Range(2, 5), B({1, 2, 3}));
   EXPECT_EQ(loop.p[53], 3);
