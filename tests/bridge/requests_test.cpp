@@ -17,11 +17,8 @@ using inbound_test::Dev211;
 using inbound_test::S;
 using inbound_test::Text;
 using inbound_test::TLV;
-Bytes InvokeId(uint32_t id) { return B({0x02, 0x03, 0x00, int(id >> 8), int(id & 0xFF)}); }
-Bytes EscapeInvoke(uint32_t id, const Bytes &priv) {
-  return TLV(0xA1, Cat({InvokeId(id), B({0x02, 0x01, 0x33}), inbound_test::EscapeArg(priv)}));
-}
-Bytes Invoke(uint32_t id, const Bytes &op, const Bytes &arg) { return TLV(0xA1, Cat({InvokeId(id), op, arg})); }
+using inbound_test::Roiv;
+Bytes EscapeInvoke(uint32_t id, const Bytes &priv) { return Roiv(id, 51, inbound_test::EscapeArg(priv)); }
 Bytes DeviceId(const std::string &digits) { return TLV(0x30, TLV(0x80, S(digits))); }
 Bytes Amhost(int type, int subtype) { return inbound_test::Amhost(type, subtype, 1); }
 
@@ -219,17 +216,16 @@ TEST_F(Requests, StandardRequests) {
   start.U32(2, 0x11223344);
   for (Block *b : {&info, &get, &logOn, &ready, &other, &after, &past, &start}) EXPECT_EQ(Run(*b, 3), kPending);
   ASSERT_EQ(host.sent.size(), 8u);
-  const Bytes setOp = B({0x02, 0x02, 0x01, 0x38});
   auto set = [&](int state) { return TLV(0x30, Cat({DeviceId("4711"), B({0x0A, 1, state})})); };
-  EXPECT_EQ(Ber(0), Invoke(32768, B({0x02, 0x02, 0x00, 0xCA}), TLV(0x30, DeviceId("4711"))));
-  EXPECT_EQ(Ber(1), Invoke(32769, B({0x02, 0x02, 0x01, 0x30}), TLV(0x30, DeviceId("4711"))));
-  EXPECT_EQ(Ber(2), Invoke(32770, setOp, TLV(0x30, Cat({DeviceId("4711"), B({0x0A, 1, 0, 0x82, 3}), S("A12")}))));
-  EXPECT_EQ(Ber(3), Invoke(32771, setOp, set(3)));
+  EXPECT_EQ(Ber(0), Roiv(32768, 202, TLV(0x30, DeviceId("4711"))));
+  EXPECT_EQ(Ber(1), Roiv(32769, 304, TLV(0x30, DeviceId("4711"))));
+  EXPECT_EQ(Ber(2), Roiv(32770, 312, TLV(0x30, Cat({DeviceId("4711"), B({0x0A, 1, 0, 0x82, 3}), S("A12")}))));
+  EXPECT_EQ(Ber(3), Roiv(32771, 312, set(3)));
   // States 7 and 5 set nothing: the enumeration keeps its initial value, no agent id.
-  EXPECT_EQ(Ber(4), Invoke(32772, setOp, set(0)));
-  EXPECT_EQ(Ber(5), Invoke(32773, setOp, set(4)));
-  EXPECT_EQ(Ber(6), Invoke(32774, setOp, set(0)));
-  EXPECT_EQ(Ber(7), Invoke(32775, B({0x02, 0x02, 0x01, 0x6B}), B({0x30, 0x03, 0x0A, 0x01, 0x00})));
+  EXPECT_EQ(Ber(4), Roiv(32772, 312, set(0)));
+  EXPECT_EQ(Ber(5), Roiv(32773, 312, set(4)));
+  EXPECT_EQ(Ber(6), Roiv(32774, 312, set(0)));
+  EXPECT_EQ(Ber(7), Roiv(32775, 363, B({0x30, 0x03, 0x0A, 0x01, 0x00})));
   for (int i = 0; i < 7; ++i) EXPECT_EQ(LineOf(i), 0u) << i;
   EXPECT_EQ(LineOf(7), 3u);
   EXPECT_EQ(k3::Line(0).cdrSession, 0x11223344u);
@@ -246,7 +242,7 @@ TEST_F(Requests, StandardRequests) {
   EXPECT_EQ(Run(wrong.U32(2, 0x45)), 0u);
   EXPECT_EQ(host.sent.size(), 9u);
   EXPECT_EQ(Run(right.U32(2, 0x44)), kPending);
-  EXPECT_EQ(host.sent.back().second, Invoke(32777, B({0x02, 0x02, 0x01, 0x6C}), B({0x30, 0x04, 0x04, 0x02, 0x01, 0x02})));
+  EXPECT_EQ(host.sent.back().second, Roiv(32777, 364, B({0x30, 0x04, 0x04, 0x02, 0x01, 0x02})));
 }
 
 TEST_F(Requests, SendDataNeedsAnOpenDataPath) {
@@ -263,7 +259,7 @@ TEST_F(Requests, SendDataNeedsAnOpenDataPath) {
   ASSERT_EQ(host.sent.size(), 1u);
   EXPECT_EQ(LineOf(0), 3u);
   const Bytes tds = B({0xE0, 0x05, 0x02, 0x01, 0xFF});  // Y, X, 255
-  EXPECT_EQ(Ber(0), Invoke(32768, B({0x02, 0x01, 0x70}),
+  EXPECT_EQ(Ber(0), Roiv(32768, 112,
                                   TLV(0x30, Cat({B({0xA1, 0x06, 0x04, 0x04, 0x01, 0x00, 0x00, 0x00, 0x04, 0x00}),
                                                  TLV(0x7E, TLV(0xA1, inbound_test::Item(tds)))}))));
 }

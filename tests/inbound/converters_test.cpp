@@ -203,11 +203,7 @@ TEST_F(Inbound, AListArrivesInThreePartsAndIsFetched) {
   EXPECT_EQ(query.Range(15, 21), B({5, 0, 53, 0, 0, 0}));
   EXPECT_EQ(k3::Line(0).listQueryHandle, 0u);
   EXPECT_EQ(PendingCount(), 0u);
-
-  Block fetch(0x62, 17, 53);  // the size the query reported
-  Request(6, fetch.U32(2, listSeq));
-  EXPECT_EQ(fetch.p[6], 5);
-  for (int i = 0; i < 5; ++i) EXPECT_EQ(fetch.Str(8 + 9 * i), std::to_string(101 + i));
+  EXPECT_EQ(k3::FindEventData(0, listSeq)->texts, (std::vector<std::string>{"101", "102", "103", "104", "105"}));
 
   // A part that came as a result asks with a new, untracked invocation.
   Block q2(0x61, 21), other(0x43, 3);

@@ -18,17 +18,6 @@ TEST_F(Inbound, AgentEventsOfAKnownMonitor) {
             Cat({B({1, 0, 0, 0, 0x81, 0, 0, 0, 1, 0, 0, 0, 0xE8, 3, 0, 0, 0xA8, 0xD8, 1, 0, 0, 0, 0, 0}),
                  S("4712"), Bytes(5, 0), S("A1"), Bytes(5, 0), B({5, 0, 0, 0, 0, 0, 0, 0}), S("300"), B({0})}));
 
-  // Unknown or shorter cross references and other events are dropped.
-  Dispatch(AgentReport<AgentBusyEvent>(L::agentBusyCid, "A", nullptr, std::string("\x01\x03", 2)));
-  Dispatch(AgentReport<AgentBusyEvent>(L::agentBusyCid, "A", nullptr, std::string("\x01", 1)));
-  CSTAMsg autoAnswer = AgentReport<AgentBusyEvent>(L::agentBusyCid, "A");
-  auto *ev = static_cast<CSTAEventReportArgument *>(autoAnswer.rOSE->roiv_apdu->argument)
-                 ->eventSpecificInfo->logicalDeviceFeatureEvents;
-  delete ev->agentBusy;
-  ev->choiceId = L::autoAnswerCid, ev->autoAnswer = new AutoAnswerEvent;
-  Dispatch(autoAnswer);
-  EXPECT_EQ(host.events.size(), 1u);
-
   // Kind and private state; logged on/off of the monitor's own agent (the
   // agent id compared over its own length, at most 9) take private state 3.
   struct {

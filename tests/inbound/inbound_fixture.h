@@ -101,19 +101,18 @@ DeviceID *Device(const char *digits);
 // The PBX's startDataPath for device, with private element 3 (value 7) when withPrivate.
 CSTAMsg StartPath(uint32_t id, const char *device, bool withPrivate);
 
-// An agent event report of the logical-device family on cross reference xref.
+// An agent event report of the logical-device family on cross reference kXref.
 using L = LogicalDeviceFeatureEvents;
 const std::string kXref("\x01\x02", 2);
 template <class E>
-CSTAMsg AgentReport(L::ChoiceIdEnum which, const char *agentId, CSTACommonArguments *ext = nullptr,
-                    const std::string &xref = kXref) {
+CSTAMsg AgentReport(L::ChoiceIdEnum which, const char *agentId, CSTACommonArguments *ext = nullptr) {
   auto *e = new E;
   (e->agentDevice = new SubjectDeviceID)->deviceIdentifier = Device("4712");
   if (agentId) e->agentID = new AgentID(agentId);
   e->acdGroup = Device("300");
   e->extensions = ext;
   auto *arg = new CSTAEventReportArgument;
-  arg->crossRefIdentifier.Set(xref.data(), xref.size());
+  arg->crossRefIdentifier.Set(kXref.data(), kXref.size());
   arg->eventSpecificInfo = new EventSpecificInfo;
   arg->eventSpecificInfo->choiceId = EventSpecificInfo::logicalDeviceFeatureEventsCid;
   auto *events = arg->eventSpecificInfo->logicalDeviceFeatureEvents = new L;
