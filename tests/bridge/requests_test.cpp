@@ -259,9 +259,8 @@ TEST_F(Requests, SendDataNeedsAnOpenDataPath) {
   ASSERT_EQ(host.sent.size(), 1u);
   EXPECT_EQ(LineOf(0), 3u);
   const Bytes tds = B({0xE0, 0x05, 0x02, 0x01, 0xFF});  // Y, X, 255
-  EXPECT_EQ(Ber(0), Roiv(32768, 112,
-                                  TLV(0x30, Cat({B({0xA1, 0x06, 0x04, 0x04, 0x01, 0x00, 0x00, 0x00, 0x04, 0x00}),
-                                                 TLV(0x7E, TLV(0xA1, inbound_test::Item(tds)))}))));
+  EXPECT_EQ(Ber(0), Roiv(32768, 112, TLV(0x30, Cat({B({0xA1, 0x06, 0x04, 0x04, 0x01, 0x00, 0x00, 0x00, 0x04, 0x00}),
+                                                     inbound_test::EscapeRes(inbound_test::Item(tds))}))));
 }
 
 k3::EventDataRecord CdrRecord() {
@@ -282,7 +281,7 @@ k3::EventDataRecord CdrRecord() {
   r.SetU32(428, 0x8005);
   return r;
 }
-const Bytes kCdrAnswer = B({0xA2, 0x0D, 0x02, 0x03, 0x00, 0x80, 0x05, 0x30, 0x06, 0x02, 0x02, 0x01, 0x69, 0x05, 0x00});
+const Bytes kCdrAnswer = inbound_test::Rors(0x8005, 361, B({0x05, 0x00}));
 
 TEST_F(Requests, CdrResultsCopyTheRecordAndAnswerTheReport) {
   k3::Line(0).cdrSession = 5;

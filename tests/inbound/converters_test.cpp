@@ -131,13 +131,6 @@ TEST_F(Inbound, MaintenanceAnswersAndTheStateFlag) {
   EXPECT_EQ(k3::Line(0).stateFlag, 0);
 }
 
-CSTAMsg ResultMsg(uint32_t id, int32_t op, AsnType *result) {
-  CSTAMsg msg;
-  k3::BuildResult(msg, op, result);
-  k3::SetInvokeId(msg, id);
-  return msg;
-}
-
 TEST_F(Inbound, AgentStateAndDeviceCategory) {
   auto agentResult = [](const char *agent, int state) {
     auto *r = new GetAgentStateResult;
@@ -151,10 +144,10 @@ TEST_F(Inbound, AgentStateAndDeviceCategory) {
   Block a(0x82, 19), b(0x82, 19), c(0x82, 19), d(0x82, 19);
   for (Block *x : {&a, &b, &c, &d}) std::memcpy(&x->p[11], "\xAA\xAA\xAA\xAA" "ABC", 8);
   Pend(42001, a), Pend(42002, b), Pend(42003, c), Pend(42004, d);
-  Dispatch(ResultMsg(42001, 304, agentResult("77", 3)));
-  Dispatch(ResultMsg(42002, 304, agentResult(nullptr, 7)));
-  Dispatch(ResultMsg(42003, 304, agentResult("1234", -1)));
-  Dispatch(ResultMsg(42004, 304, new GetAgentStateResult));  // no list
+  Dispatch(Result(42001, 304, agentResult("77", 3)));
+  Dispatch(Result(42002, 304, agentResult(nullptr, 7)));
+  Dispatch(Result(42003, 304, agentResult("1234", -1)));
+  Dispatch(Result(42004, 304, new GetAgentStateResult));  // no list
   for (uint32_t id = 42001; id <= 42004; ++id) EXPECT_EQ(ResultFor(id), 0u);
   EXPECT_EQ(a.Range(11, 19), B({3, 0, 0, 0, '7', '7', 0, 0}));
   EXPECT_EQ(b.Range(11, 16), B({0xFF, 0xFF, 0xFF, 0xFF, 0}));
@@ -164,7 +157,7 @@ TEST_F(Inbound, AgentStateAndDeviceCategory) {
   for (auto [state, reply] : {std::pair{0, 0u}, {4, 4u}, {5, ~0u}, {127, ~0u}, {128, ~0u}, {255, ~0u}}) {
     Block s(0x82, 19);
     Pend(++sid, s);
-    Dispatch(ResultMsg(sid, 304, agentResult("1", state)));
+    Dispatch(Result(sid, 304, agentResult("1", state)));
     EXPECT_EQ(s.U32(11), reply) << "state " << state;
   }
 
@@ -176,13 +169,13 @@ TEST_F(Inbound, AgentStateAndDeviceCategory) {
     Pend(++id, info);
     auto *r = new GetPhysicalDeviceInformationResult;
     if (category >= 0) r->deviceCategory = new DeviceCategory(category);
-    Dispatch(ResultMsg(id, 202, r));
+    Dispatch(Result(id, 202, r));
     EXPECT_EQ(ResultFor(id), 0u);
     EXPECT_EQ(info.U32(11), reply) << "category " << category;
   }
 }
 
-TEST_F(Inbound, AListArrivesInThreePartsAndIsFetched) {
+TEST_F(Inbound, AListArrivesInThreeParts) {
   Block query(0x61, 21);
   EXPECT_EQ(Request(5, query), 0u);
   ASSERT_EQ(host.sent.size(), 1u);

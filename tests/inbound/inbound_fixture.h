@@ -81,6 +81,14 @@ inline CSTAMsg Invoke(uint32_t id, int32_t op, AsnType *arg) {
   return msg;
 }
 
+// The result of op under invoke id id; msg owns res.
+inline CSTAMsg Result(uint32_t id, int32_t op, AsnType *res) {
+  CSTAMsg msg;
+  k3::BuildResult(msg, op, res);
+  k3::SetInvokeId(msg, id);
+  return msg;
+}
+
 // sendData (112) with its data, or stopDataPath (111), naming a data path.
 inline CSTAMsg PathMessage(uint32_t id, int32_t op, const std::string &xref, const char *data = "") {
   auto *x = new IOCrossRefID;
