@@ -60,10 +60,7 @@ TEST_F(Inbound, EscapeResultsThatDoNotFitLeaveTheRequestPending) {
   Pend(35000, r47), Pend(35001, r48), Pend(35002, other);
   Dispatch(Rors(35000, 51, kPlain));
   Dispatch(Rors(35001, 51, kPlain));
-  CSTAMsg unhandled;  // an operation the dispatcher has no handling for
-  k3::BuildResult(unhandled, 73, nullptr);
-  k3::SetInvokeId(unhandled, 35002);
-  Dispatch(unhandled);
+  Dispatch(Result(35002, 73, nullptr));  // an operation the dispatcher has no handling for
   EXPECT_TRUE(host.replies.empty());
   EXPECT_EQ(PendingCount(), 0u);
   EXPECT_EQ(k3::DispatchInbound(0, nullptr), 1);

@@ -5,9 +5,19 @@
 namespace inbound_test {
 
 namespace {
-uint32_t K3_CALL OnSend(uint32_t, const void *m, void *, uint32_t id) {
+Bytes PnOctets(const CSTAMsg &msg) {
+  if (msg.choiceId != CSTAMsg::rOSECid || msg.rOSE->choiceId != ROSEapdus::roiv_apduCid) return {};
+  const auto *arg = dynamic_cast<const EscapeArgument *>(msg.rOSE->roiv_apdu->argument);
+  if (!arg || !arg->privateData || arg->privateData->choiceId != CSTAPrivateData::privateCid) return {};
+  const AsnOcts &o = arg->privateData->private_->comPrivateData->pnPrivateData;
+  return Bytes(o.Octs(), o.Octs() + o.Len());
+}
+uint32_t K3_CALL OnSend(uint32_t line, const void *m, void *, uint32_t id) {
   Host &h = TheHost();
-  h.sent.emplace_back(id, EncodeToVector(*static_cast<const CSTAMsg *>(m)));
+  const CSTAMsg &msg = *static_cast<const CSTAMsg *>(m);
+  h.sent.emplace_back(id, EncodeToVector(msg));
+  h.sentLines.push_back(line);
+  h.sentPn.push_back(PnOctets(msg));
   uint32_t accepted = h.sendReturn;
   if (h.onSend) h.onSend(id);
   return accepted;
@@ -51,6 +61,20 @@ CSTACommonArguments *PrivateData(const Bytes &octets) {
   item->DecodeData();
   return ext;
 }
+DeviceID *Device(const char *digits) {
+  auto *d = new DeviceID;
+  d->deviceIdentifier = new DeviceIDChoice;
+  d->deviceIdentifier->dialingNumber = new NumberDigits(digits);
+  return d;
+}
+
+CSTAMsg StartPath(uint32_t id, const char *device, bool withPrivate) {
+  auto *arg = new StartDataPathArgument;
+  (arg->object = new CSTAObject)->deviceObject = Device(device);
+  if (withPrivate) arg->extensions = PrivateData(B({0xE0, 0x05, 0x07, 0x00, 0x00}));
+  return Invoke(id, 110, arg);
+}
+
 void Inbound::SetUp() {
   k3::ResetAllForLoad();
   k3::g_callbacks = {};

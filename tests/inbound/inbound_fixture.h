@@ -70,10 +70,21 @@ inline Bytes Maint(int type, int ref, const Bytes &items = {}, int action = 0xC4
 inline Bytes Date(int d, int m, int y) { return B({0xB8, 0x06, 0, d, m, y}); }
 inline Bytes Time(int h, int m, int s) { return B({0xB9, 0x06, 0, h, m, s}); }
 
+// Common arguments carrying one PBX private-data item with these octets.
+CSTACommonArguments *PrivateData(const Bytes &octets);
+
 // An invocation of op by the PBX under invoke id id; msg owns arg.
 inline CSTAMsg Invoke(uint32_t id, int32_t op, AsnType *arg) {
   CSTAMsg msg;
   k3::BuildInvoke(msg, op, arg);
+  k3::SetInvokeId(msg, id);
+  return msg;
+}
+
+// The result of op under invoke id id; msg owns res.
+inline CSTAMsg Result(uint32_t id, int32_t op, AsnType *res) {
+  CSTAMsg msg;
+  k3::BuildResult(msg, op, res);
   k3::SetInvokeId(msg, id);
   return msg;
 }
@@ -94,8 +105,34 @@ inline CSTAMsg PathMessage(uint32_t id, int32_t op, const std::string &xref, con
   return Invoke(id, op, arg);
 }
 
+DeviceID *Device(const char *digits);
+// The PBX's startDataPath for device, with private element 3 (value 7) when withPrivate.
+CSTAMsg StartPath(uint32_t id, const char *device, bool withPrivate);
+
+// An agent event report of the logical-device family on cross reference kXref.
+using L = LogicalDeviceFeatureEvents;
+const std::string kXref("\x01\x02", 2);
+template <class E>
+CSTAMsg AgentReport(L::ChoiceIdEnum which, const char *agentId, CSTACommonArguments *ext = nullptr) {
+  auto *e = new E;
+  (e->agentDevice = new SubjectDeviceID)->deviceIdentifier = Device("4712");
+  if (agentId) e->agentID = new AgentID(agentId);
+  e->acdGroup = Device("300");
+  e->extensions = ext;
+  auto *arg = new CSTAEventReportArgument;
+  arg->crossRefIdentifier.Set(kXref.data(), kXref.size());
+  arg->eventSpecificInfo = new EventSpecificInfo;
+  arg->eventSpecificInfo->choiceId = EventSpecificInfo::logicalDeviceFeatureEventsCid;
+  auto *events = arg->eventSpecificInfo->logicalDeviceFeatureEvents = new L;
+  events->choiceId = which;
+  events->alternative = e;
+  return Invoke(1, 21, arg);
+}
+
 struct Host {
   std::vector<std::pair<uint32_t, Bytes>> sent;      // invoke id, BER
+  std::vector<uint32_t> sentLines;                   // the line of each message sent
+  std::vector<Bytes> sentPn;                         // an escape's pnPrivateData as the host reads it
   std::vector<std::pair<uint32_t, uint32_t>> replies;  // request id, result
   std::vector<Bytes> events;                         // the 12-byte headers
   uint32_t sendReturn = 1;
@@ -106,14 +143,21 @@ struct Host {
 };
 Host &TheHost();
 std::unique_ptr<CSTAMsg> Decode(const Bytes &ber);
-// Common arguments carrying one PBX private-data item with these octets.
-CSTACommonArguments *PrivateData(const Bytes &octets);
 
-// A request structure in a heap block of exactly its size (ASan sees writes past it).
+// A request structure in a heap buffer of exactly its size, plus only the room
+// the type may write past it, so that stray accesses show up under ASan.
 struct Block {
-  std::unique_ptr<uint8_t[]> p;
+  std::vector<uint8_t> p;
   uint32_t size;
-  Block(uint16_t type, uint32_t sz) : p(new uint8_t[sz]()), size(sz) { p[0] = uint8_t(type), p[1] = uint8_t(type >> 8); }
+  Block(uint16_t type, uint32_t sz, uint32_t room = 0) : p(std::max(sz, room), 0), size(sz) {
+    for (uint32_t i = 0; i < 2 && i < sz; ++i) p[i] = uint8_t(type >> (8 * i));
+  }
+  Block &Str(uint32_t at, const std::string &s) { return std::memcpy(&p[at], s.data(), s.size()), *this; }
+  Block &U8(uint32_t at, uint8_t v) { return p[at] = v, *this; }
+  Block &U32(uint32_t at, uint32_t v, int width = 4) {
+    for (int i = 0; i < width; ++i) p[at + i] = uint8_t(v >> (8 * i));
+    return *this;
+  }
   uint32_t U32(size_t at) const { return p[at] | p[at + 1] << 8 | p[at + 2] << 16 | uint32_t(p[at + 3]) << 24; }
   std::string Str(size_t at) const { return reinterpret_cast<const char *>(&p[at]); }
   Bytes Range(size_t from, size_t to) const { return Bytes(&p[from], &p[to]); }
@@ -134,10 +178,13 @@ class Inbound : public ::testing::Test {
   Host &host = TheHost();
   // A pending request for the block under invokeId (request id invokeId + 1),
   // with the answer kind the bridge gives its type when it sends it.
+  uint32_t Request(uint32_t requestId, Block &b, uint32_t line = 0) {
+    return k3::ProcessDevSpecificRequest(line, requestId, b.p.data(), b.size);
+  }
   void Pend(uint32_t invokeId, Block &b) {
     uint16_t type = uint16_t(b.p[0] | b.p[1] << 8);
     const k3::RequestType *row = k3::FindRequestType(type);
-    k3::AddPending(0, {invokeId, type, b.p.get(), b.size, invokeId + 1, 0, kNow, kNow + 90000, 0,
+    k3::AddPending(0, {invokeId, type, b.p.data(), b.size, invokeId + 1, 0, kNow, kNow + 90000, 0,
                        row ? row->answer : k3::AnswerKind::kGeneral});
   }
   void Dispatch(const Bytes &ber) {

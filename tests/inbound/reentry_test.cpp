@@ -11,20 +11,14 @@ namespace {
 
 using Replies = std::vector<std::pair<uint32_t, uint32_t>>;
 
-class Reentry : public Inbound {
- protected:
-  // A request that goes to the PBX: 0x41 asks for the PBX's time.
-  uint32_t Request(uint32_t requestId, Block &b) {
-    return k3::ProcessDevSpecificRequest(0, requestId, b.p.get(), b.size);
-  }
-};
+using Reentry = Inbound;
 
 TEST_F(Reentry, SweepRepliesThatCloseAnswerOrRequest) {
   Block a(0x43, 3), b(0x43, 3), c(0x43, 3), young(0x43, 3);
   Pend(40000, a);
   Pend(40010, b);
   Pend(40020, c);
-  k3::AddPending(0, {40030, 0x43, young.p.get(), 3, 40031, 0, kNow + 50000, kNow + 140000});
+  k3::AddPending(0, {40030, 0x43, young.p.data(), 3, 40031, 0, kNow + 50000, kNow + 140000});
   // The first expired request's reply closes the line: the others are
   // dropped unanswered, like every request a close finds.
   host.onReply = [](uint32_t requestId, uint32_t) {
@@ -122,14 +116,7 @@ TEST_F(Reentry, ListCompletionWhoseReplyClosesOrQueriesAgain) {
 TEST_F(Reentry, SendCallbacksThatHandInMessagesOrClose) {
   // The answer to the PBX's sendData: its send callback hands in the PBX's
   // stopDataPath for the same path, which frees the path's entry.
-  Dispatch(Invoke(1, 110, [] {
-    auto *arg = new StartDataPathArgument;
-    (arg->object = new CSTAObject)->deviceObject = new DeviceID;
-    arg->object->deviceObject->deviceIdentifier = new DeviceIDChoice;
-    arg->object->deviceObject->deviceIdentifier->dialingNumber = new NumberDigits("DP1");
-    arg->extensions = PrivateData(B({0xE0, 0x05, 0x07, 0x00, 0x00}));
-    return arg;
-  }()));
+  Dispatch(StartPath(1, "DP1", true));
   ASSERT_EQ(k3::Line(0).dataPaths.size(), 1u);
   const std::string xref(4, '\0');
   host.onSend = [&](uint32_t invokeId) {
@@ -143,11 +130,7 @@ TEST_F(Reentry, SendCallbacksThatHandInMessagesOrClose) {
   EXPECT_EQ(Str(Record(U32(host.events[2], 2)), 24), "DP1");
 
   // The same answer's send callback closes the line.
-  Dispatch(Invoke(2, 110, [] {
-    auto *arg = new StartDataPathArgument;
-    arg->extensions = PrivateData(B({0xE0, 0x05, 0x07, 0x00, 0x00}));
-    return arg;
-  }()));
+  Dispatch(StartPath(2, "DP2", true));
   ASSERT_EQ(k3::Line(0).dataPaths.size(), 1u);
   const std::string xref2("\x01\x00\x00\x00", 4);
   host.onSend = [&](uint32_t invokeId) {
@@ -181,12 +164,11 @@ TEST_F(Reentry, AnswersHandedInFromTheSendCallback) {
   EXPECT_EQ(PendingCount(), 0u);
 
   // The loop test's answer handed in at once stays in the structure.
-  Block loop(0x21, 56);
-  loop.p[2] = 'x';
-  loop.p[53] = 1;
+  Block loop(0x21, 54, 56);
+  loop.U8(2, 'x').U8(53, 1);
   host.replies.clear();
   host.onSend = [&](uint32_t invokeId) { Dispatch(Rors(invokeId, 51, EscapeRes(Item(Maint(1, 0, B({1, 2, 3})))))); };
-  k3::ProcessDevSpecificRequest(0, 16, loop.p.get(), 54);
+  Request(16, loop);
   EXPECT_EQ(host.replies, (Replies{{16, 0}}));
   EXPECT_EQ(loop.Range(2, 5), B({1, 2, 3}));
   EXPECT_EQ(loop.p[53], 3);
@@ -240,20 +222,7 @@ TEST_F(Reentry, EventCallbacksThatRequestAndChangeMonitors) {
   // An agent event whose event callback fetches its record at once (a new
   // request, answered locally) and stops the monitor: the record is consumed
   // and the monitor's next event is dropped.
-  const std::string xref("\x01\x02", 2);
-  k3::MonitorStartHandler(0, "4711", AsnOcts(xref.data(), xref.size()));
-  auto report = [&](const char *agentId) {
-    auto *e = new AgentBusyEvent;
-    e->agentID = new AgentID(agentId);
-    auto *arg = new CSTAEventReportArgument;
-    arg->crossRefIdentifier.Set(xref.data(), xref.size());
-    arg->eventSpecificInfo = new EventSpecificInfo;
-    arg->eventSpecificInfo->choiceId = EventSpecificInfo::logicalDeviceFeatureEventsCid;
-    auto *events = arg->eventSpecificInfo->logicalDeviceFeatureEvents = new LogicalDeviceFeatureEvents;
-    events->choiceId = LogicalDeviceFeatureEvents::agentBusyCid;
-    events->alternative = e;
-    return Invoke(1, 21, arg);
-  };
+  k3::MonitorStartHandler(0, "4711", AsnOcts(kXref.data(), kXref.size()));
   Block fetch(DS_GET_STORED_RECORD, 36);
   host.onEvent = [&](const Bytes &header) {
     std::memcpy(&fetch.p[2], &header[2], 4);
@@ -261,12 +230,12 @@ TEST_F(Reentry, EventCallbacksThatRequestAndChangeMonitors) {
     k3::MonitorStopHandler(0, "4711");
     k3::MonitorStartHandler(0, "4712", AsnOcts("\x09", 1));
   };
-  Dispatch(report("A1"));
+  Dispatch(AgentReport<AgentBusyEvent>(L::agentBusyCid, "A1"));
   ASSERT_EQ(host.events.size(), 1u);
   EXPECT_EQ(host.replies, (Replies{{90, 0}}));
   EXPECT_EQ(fetch.Str(15), "A1");
   EXPECT_TRUE(k3::Line(0).events.empty());
-  Dispatch(report("A2"));
+  Dispatch(AgentReport<AgentBusyEvent>(L::agentBusyCid, "A2"));
   EXPECT_EQ(host.events.size(), 1u);
 
   // An event callback that closes the line while a CDR report is raised.

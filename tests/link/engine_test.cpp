@@ -11,18 +11,13 @@ namespace {
 
 using k3::EventDataRecord;
 
-struct Reply {
-  uint32_t line, requestId, result;
-  bool operator==(const Reply &o) const {
-    return std::tie(line, requestId, result) == std::tie(o.line, o.requestId, o.result);
-  }
-};
+using Reply = std::tuple<uint32_t, uint32_t, uint32_t>;  // line, request id, result
 std::vector<Reply> g_replies;
 std::vector<std::vector<uint32_t>> g_events;
 uint32_t g_replyReturn = 1;
 
 uint32_t K3_CALL OnReply(uint32_t line, uint32_t requestId, uint32_t result) {
-  g_replies.push_back({line, requestId, result});
+  g_replies.emplace_back(line, requestId, result);
   return g_replyReturn;
 }
 uint32_t K3_CALL OnEvent(uint32_t line, uint32_t m, uint32_t p1, uint32_t p2, uint32_t p3) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -46,15 +47,11 @@ TEST_F(PortableSeam, ReportTextsAreCutAt1024Characters) {
   EXPECT_EQ("x" + std::string(1023, 'a'), events[2].text);
 }
 
-TEST_F(PortableSeam, DebuggerTextsOfRequestCompletion) {
-  k3::DebugSendReply();
-  k3::DebugMissingPbxAnswer(0);
+// The completion texts themselves are read back by the link engine's tests;
+// here the invoke id in hexadecimal.
+TEST_F(PortableSeam, MissingAnswerTextNamesTheInvokeIdInHex) {
   k3::DebugMissingPbxAnswer(0x8001);
-  auto lines = k3::Portable().DebugLines();
-  ASSERT_EQ(3u, lines.size());
-  EXPECT_EQ("TAPIExtendedService-SendReply: 0x08x\n", lines[0]);
-  EXPECT_EQ("LINEERR_MISSINGPBXANSWER, invokeid 0 \n", lines[1]);
-  EXPECT_EQ("LINEERR_MISSINGPBXANSWER, invokeid 8001 \n", lines[2]);
+  EXPECT_EQ(k3::Portable().DebugLines(), std::vector<std::string>{"LINEERR_MISSINGPBXANSWER, invokeid 8001 \n"});
 }
 
 }  // namespace
