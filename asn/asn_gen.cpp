@@ -9,6 +9,13 @@
 #include <ostream>
 #include <string>
 
+// The per-component helpers below run once per component: kept in line.
+#if defined(__GNUC__)
+#define K3_INLINE inline __attribute__((always_inline))
+#else
+#define K3_INLINE inline
+#endif
+
 namespace CSTA3V6 {
 
 namespace {
@@ -24,7 +31,7 @@ T *At(const void *obj, uint32_t off) {
   return reinterpret_cast<T *>(const_cast<char *>(static_cast<const char *>(obj)) + off);
 }
 
-AsnType *Member(const GenField &f, const void *obj) {
+K3_INLINE AsnType *Member(const GenField &f, const void *obj) {
   if (f.flags & GF_PTR) return *At<AsnType *>(obj, f.offset);
   return At<AsnType>(obj, f.offset);
 }
@@ -51,7 +58,7 @@ const GenOps *OpenOps(const GenField &f, const GenSeqInfo &ti, const void *obj, 
   return ops;
 }
 
-bool TagMatches(const GenField &f, AsnTag tag) {
+K3_INLINE bool TagMatches(const GenField &f, AsnTag tag) {
   if (f.tag) {
     if (f.flags & GF_PC) return (tag & ~kTagConstructedBit) == (f.tag & ~kTagConstructedBit);
     return tag == f.tag;
@@ -63,7 +70,7 @@ bool TagMatches(const GenField &f, AsnTag tag) {
   return false;
 }
 
-AsnLen EncMember(const GenField &f, const GenOps *ops, const AsnType *v, AsnBuf &b) {
+K3_INLINE AsnLen EncMember(const GenField &f, const GenOps *ops, const AsnType *v, AsnBuf &b) {
   AsnLen l;
   if (f.flags & GF_EXPLICIT) {
     l = ops->enc(v, b);
@@ -82,7 +89,7 @@ AsnLen EncMember(const GenField &f, const GenOps *ops, const AsnType *v, AsnBuf 
 // Decodes a member whose tag (already matched) and length are in hand; every
 // explicitly tagged member, SEQUENCE component or CHOICE alternative, goes
 // through here, so its wrapper's length is always checked.
-void DecMemberBody(const GenField &f, const GenOps *ops, AsnType *v, AsnBuf &b, AsnTag tag, AsnLen len,
+K3_INLINE void DecMemberBody(const GenField &f, const GenOps *ops, AsnType *v, AsnBuf &b, AsnTag tag, AsnLen len,
                    AsnLen &local, int errLength) {
   if (f.flags & GF_EXPLICIT) {
     AsnLen inner = 0;
@@ -95,13 +102,13 @@ void DecMemberBody(const GenField &f, const GenOps *ops, AsnType *v, AsnBuf &b, 
 }
 
 // As DecMemberBody, reading the length first.
-void DecMember(const GenField &f, const GenOps *ops, AsnType *v, AsnBuf &b, AsnTag tag, AsnLen &local,
+K3_INLINE void DecMember(const GenField &f, const GenOps *ops, AsnType *v, AsnBuf &b, AsnTag tag, AsnLen &local,
                int errLength) {
   AsnLen len = BDecLenQuick(b, local);
   DecMemberBody(f, ops, v, b, tag, len, local, errLength);
 }
 
-bool AtEnd(AsnBuf &b, AsnLen len, AsnLen local) {
+K3_INLINE bool AtEnd(AsnBuf &b, AsnLen len, AsnLen local) {
   if (len == INDEFINITE_LEN) return b.Remaining() == 0 || b.PeekByte() == 0;
   return local >= len;
 }
@@ -111,11 +118,7 @@ bool AtEnd(AsnBuf &b, AsnLen len, AsnLen local) {
 const GenOps kGenUnknownOps = {UnknownCreate, UnknownAssign,     UnknownEnc, UnknownEnc,
                                UnknownDec,    UnknownDecContent, &typeid(AsnType)};
 
-AsnLen GenPutTag(AsnBuf &b, AsnTag tag) {
-  if ((tag & 0x1F000000u) != 0x1F000000u) {
-    b.PutByteRvs(static_cast<unsigned char>(tag >> 24));
-    return 1;
-  }
+AsnLen GenPutTagLong(AsnBuf &b, AsnTag tag) {
   unsigned char o[4] = {uint8_t(tag >> 24), uint8_t(tag >> 16), uint8_t(tag >> 8), uint8_t(tag)};
   size_t n = 1;
   if ((o[0] & 0x1F) == 0x1F) {
@@ -280,19 +283,19 @@ void GenSeqBDecContent(const GenSeqInfo &ti, AsnType *obj, AsnBuf &b, AsnTag, As
       tagOctets = local - before;
       inHand = true;
     }
-    if (inHand && TagMatches(f, tag) && (f.flags & GF_TRIAL)) {
-      // The tag could also start a later component (an escape's private data
-      // and its optional security data are both SEQUENCEs): decode on trial,
-      // quietly, and leave the tag in hand when the octets do not fit.
-      if (AsnType *v = TryDecMember(f, b, tag, local, ti.errLength)) {
-        AsnType *&p = *At<AsnType *>(obj, f.offset);
-        delete p;
-        p = v;
-        inHand = false;
-      }
-      continue;
-    }
     if (inHand && TagMatches(f, tag)) {
+      if (f.flags & GF_TRIAL) {
+        // The tag could also start a later component (an escape's private data
+        // and its optional security data are both SEQUENCEs): decode on trial,
+        // quietly, and leave the tag in hand when the octets do not fit.
+        if (AsnType *v = TryDecMember(f, b, tag, local, ti.errLength)) {
+          AsnType *&p = *At<AsnType *>(obj, f.offset);
+          delete p;
+          p = v;
+          inHand = false;
+        }
+        continue;
+      }
       inHand = false;
       AsnType *v;
       if (f.flags & GF_PTR) {
@@ -393,15 +396,20 @@ AsnLen GenChoiceBEnc(const GenChoiceInfo &ti, const AsnType *obj, AsnBuf &b) {
 namespace {
 
 // Makes the alternative of tag the chosen one, fresh and empty; its index.
+// Alternatives [0], [1], ... mostly stand at the index of their tag number,
+// so that index is tried first; the tags of a CHOICE are distinct, so a match
+// there is the only one.
 uint16_t ChoiceSelect(const GenChoiceInfo &ti, AsnType *obj, AsnBuf &b, AsnTag tag) {
-  for (uint16_t i = 0; i < ti.count; ++i) {
-    if (!TagMatches(ti.alts[i], tag)) continue;
-    GenChoiceFree(ti, obj);
-    SetChoiceId(ti, obj, i);
-    ChoiceAlt(ti, obj) = ti.alts[i].ops->create();
-    return i;
+  uint16_t i = uint16_t((tag >> 24) & 0x1F);
+  if (i >= ti.count || !TagMatches(ti.alts[i], tag)) {
+    for (i = 0; i < ti.count && !TagMatches(ti.alts[i], tag); ++i) {
+    }
+    if (i == ti.count) AsnFail(b, "ERROR - unexpected tag in CHOICE", ti.errChoice);
   }
-  AsnFail(b, "ERROR - unexpected tag in CHOICE", ti.errChoice);
+  GenChoiceFree(ti, obj);
+  SetChoiceId(ti, obj, i);
+  ChoiceAlt(ti, obj) = ti.alts[i].ops->create();
+  return i;
 }
 
 }  // namespace

@@ -146,8 +146,16 @@ void GenChoicePrint(const GenChoiceInfo &ti, const AsnType *obj, AsnPrintStream 
 // sequence.", errLength).
 void GenExplicitEnd(AsnBuf &b, AsnLen len, AsnLen &inner, int errLength);
 
-// Tags and lists of generated types.
-AsnLen GenPutTag(AsnBuf &b, AsnTag tag);
+// Tags and lists of generated types: a one-octet tag in line, longer ones
+// through GenPutTagLong.
+AsnLen GenPutTagLong(AsnBuf &b, AsnTag tag);
+inline AsnLen GenPutTag(AsnBuf &b, AsnTag tag) {
+  if ((tag & 0x1F000000u) != 0x1F000000u) {
+    b.PutByteRvs(static_cast<unsigned char>(tag >> 24));
+    return 1;
+  }
+  return GenPutTagLong(b, tag);
+}
 // A class with a tag of its own around a content codec (lists, retagged primitives).
 AsnLen GenTaggedBEnc(AsnBuf &b, AsnTag tag, AsnLen contentLen);
 // Reads the tag, compares it with tag (either form when pc), reads the length.

@@ -7,14 +7,6 @@
 #include <mutex>
 #include <new>
 
-#if defined(__SANITIZE_ADDRESS__)
-#define K3_POOL_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define K3_POOL_ASAN 1
-#endif
-#endif
-
 #ifdef K3_POOL_ASAN
 #include <sanitizer/asan_interface.h>
 #define K3_POISON(p, n) ASAN_POISON_MEMORY_REGION((p), (n))
@@ -26,11 +18,9 @@
 
 namespace CSTA3V6 {
 
-namespace {
+thread_local AsnPoolLists *tAsnPoolLists;
 
-struct FreeBlock {
-  FreeBlock *next;
-};
+namespace {
 
 // One thread's lists. Allocated when the thread keeps its first block and
 // owned by the registry below, not by the thread's own storage: emulated
@@ -38,19 +28,18 @@ struct FreeBlock {
 // other exit code, and a C++ thread-exit destructor would pin the Windows DLL
 // until the thread ends. A pthread key's destructor, which does neither,
 // hands the record back when the thread ends.
-struct Lists {
-  FreeBlock *head[kAsnPoolClasses];
-  unsigned count[kAsnPoolClasses];
-  size_t idleBytes;
+struct Lists : AsnPoolLists {
   Lists *prev, *next;  // in the registry
 };
 
 // Stands for the lists of a thread whose lists are gone: it keeps nothing and
 // every free on that thread goes straight back to free.
-Lists g_gone;
+// It has room for nothing, so the inline paths leave every call to the slow ones.
+Lists g_gone = {{{}, {}, {}, kAsnPoolIdleBytes}, nullptr, nullptr};
 
-// Null until the thread keeps a block, then its record, then &g_gone.
-thread_local Lists *tlsLists;
+// The thread's record (tAsnPoolLists): null until the thread keeps a block,
+// then its record, then &g_gone.
+Lists *ThreadLists() { return static_cast<Lists *>(tAsnPoolLists); }
 
 std::mutex g_registryLock;
 Lists *g_registry = nullptr;
@@ -60,13 +49,8 @@ bool g_keyMade = false;
 
 void Drain(Lists &l) {
   for (size_t c = 0; c < kAsnPoolClasses; ++c) {
-    FreeBlock *b = l.head[c];
-    while (b) {
-      K3_UNPOISON(b, sizeof(FreeBlock));
-      FreeBlock *next = b->next;
-      std::free(b);
-      b = next;
-    }
+    for (unsigned i = 0; i < l.count[c]; ++i) std::free(l.slot[c][i]);
+    std::free(l.slot[c]);
   }
 }
 
@@ -89,7 +73,7 @@ void Release(Lists *l) {
 // AsnPoolThreadEnd left.)
 void ThreadExit(void *record) {
   if (!record) return;
-  tlsLists = &g_gone;
+  tAsnPoolLists = &g_gone;
   Release(static_cast<Lists *>(record));
 }
 
@@ -103,8 +87,8 @@ Lists *Adopt() {
     if (!g_keyMade) {
       g_keyMade = pthread_key_create(&g_threadKey, ThreadExit) == 0;
 #ifdef K3_POOL_ASAN
-      // The thread that calls exit runs no key destructor, and the leak
-      // checker does not follow the links inside poisoned idle blocks.
+      // The thread that calls exit runs no key destructor; its idle blocks
+      // go back before the leak checker looks.
       std::atexit([] { AsnPoolThreadEnd(); });
 #endif
     }
@@ -118,23 +102,12 @@ Lists *Adopt() {
       l = &g_gone;
     }
   }
-  tlsLists = l;
+  tAsnPoolLists = l;
   return l;
 }
 
-constexpr size_t kSmallLimit = 16 * kAsnPoolGrain;
-constexpr size_t kLargeLimit = kSmallLimit + 15 * kAsnPoolLargeGrain;
-
-// The class index of n, or kAsnPoolClasses when n is not pooled.
-inline size_t ClassOf(size_t n) {
-  if (n <= kSmallLimit) return n == 0 ? 0 : (n - 1) / kAsnPoolGrain;
-  if (n <= kLargeLimit) return 16 + (n - kSmallLimit - 1) / kAsnPoolLargeGrain;
-  return kAsnPoolClasses;
-}
-
-inline size_t BlockSize(size_t c) {
-  return c < 16 ? (c + 1) * kAsnPoolGrain : kSmallLimit + (c - 15) * kAsnPoolLargeGrain;
-}
+constexpr size_t ClassOf(size_t n) { return AsnPoolClassOf(n); }
+constexpr size_t BlockSize(size_t c) { return AsnPoolBlockSize(c); }
 
 void *Fresh(size_t bytes) {
   if (void *p = std::malloc(bytes ? bytes : 1)) return p;
@@ -143,27 +116,34 @@ void *Fresh(size_t bytes) {
 
 }  // namespace
 
-void *AsnPoolAlloc(size_t n) {
+void *AsnPoolAllocSlow(size_t n) {
   const size_t c = ClassOf(n);
   if (c == kAsnPoolClasses) return Fresh(n);
   const size_t blockSize = BlockSize(c);
-  Lists *l = tlsLists;
-  if (l) {
-    if (FreeBlock *b = l->head[c]) {
-      K3_UNPOISON(b, blockSize);
-      l->head[c] = b->next;
-      --l->count[c];
-      l->idleBytes -= blockSize;
-      K3_POISON(reinterpret_cast<char *>(b) + n, blockSize - n);
-      return b;
-    }
+  Lists *l = ThreadLists();
+  if (l && l->count[c]) {
+    void *b = l->slot[c][--l->count[c]];
+    l->idleBytes -= blockSize;
+    K3_UNPOISON(b, blockSize);
+    K3_POISON(static_cast<char *>(b) + n, blockSize - n);
+    return b;
   }
   void *p = Fresh(blockSize);
   K3_POISON(static_cast<char *>(p) + n, blockSize - n);
   return p;
 }
 
-void AsnPoolFree(void *p, size_t n) noexcept {
+// Makes room for one more idle block of class c; false when there is none.
+static bool Grow(Lists &l, size_t c) {
+  const unsigned cap = l.cap[c] ? 2 * l.cap[c] : 64;
+  void **slot = static_cast<void **>(std::realloc(l.slot[c], cap * sizeof(void *)));
+  if (!slot) return false;
+  l.slot[c] = slot;
+  l.cap[c] = cap;
+  return true;
+}
+
+void AsnPoolFreeSlow(void *p, size_t n) noexcept {
   if (!p) return;
   const size_t c = ClassOf(n);
   const size_t blockSize = BlockSize(c);
@@ -181,23 +161,21 @@ void AsnPoolFree(void *p, size_t n) noexcept {
     std::free(p);
     return;
   }
-  Lists *l = tlsLists;
+  Lists *l = ThreadLists();
   if (!l) l = Adopt();
-  if (l == &g_gone || l->idleBytes + blockSize > kAsnPoolIdleBytes) {
+  if (l == &g_gone || l->idleBytes + blockSize > kAsnPoolIdleBytes ||
+      (l->count[c] == l->cap[c] && !Grow(*l, c))) {
     std::free(p);
     return;
   }
-  FreeBlock *b = static_cast<FreeBlock *>(p);
-  b->next = l->head[c];
-  l->head[c] = b;
-  ++l->count[c];
+  l->slot[c][l->count[c]++] = p;
   l->idleBytes += blockSize;
-  K3_POISON(b, blockSize);
+  K3_POISON(p, blockSize);
 }
 
 unsigned AsnPoolIdle(size_t n) {
   const size_t c = ClassOf(n);
-  const Lists *l = tlsLists;
+  const Lists *l = ThreadLists();
   return c == kAsnPoolClasses || !l ? 0 : l->count[c];
 }
 
@@ -207,15 +185,15 @@ size_t AsnPoolThreadsKeeping() {
 }
 
 void AsnPoolThreadEnd() noexcept {
-  Lists *l = tlsLists;
-  tlsLists = &g_gone;
+  Lists *l = ThreadLists();
+  tAsnPoolLists = &g_gone;
   if (!l || l == &g_gone) return;
   pthread_setspecific(g_threadKey, nullptr);
   Release(l);
 }
 
 void AsnPoolReleaseAll() noexcept {
-  tlsLists = &g_gone;
+  tAsnPoolLists = &g_gone;
   std::lock_guard<std::mutex> lock(g_registryLock);
   while (Lists *l = g_registry) {
     g_registry = l->next;
