@@ -1,13 +1,13 @@
 // Small-block allocator behind the model classes' operator new and delete.
 //
-// Each thread keeps a stack of idle blocks per size class (16-octet steps up to 256
-// octets, 256-octet steps up to 4096) of blocks that came from malloc one at a
-// time; a freed block goes to the list of the thread that frees it, whichever
+// Each thread keeps, per size class (16-octet steps up to 256 octets, 256-octet
+// steps up to 4096), a stack of idle blocks that came from malloc one at a
+// time; a freed block goes to the stack of the thread that frees it, whichever
 // thread allocated it, and the next allocation of its class on that thread
 // takes it back. A thread keeps at most kAsnPoolIdleBytes idle; beyond that,
 // and for larger sizes, blocks go straight back to free. When a thread ends
-// its lists are emptied into free, and blocks freed after that on the same
-// thread bypass the lists.
+// its stacks are emptied into free, and blocks freed after that on the same
+// thread bypass them.
 //
 // Every block stays a malloc block of its own, so a leaked object is still a
 // leak to a leak checker. Under AddressSanitizer the idle blocks and the slack
