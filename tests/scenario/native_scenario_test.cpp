@@ -5,11 +5,13 @@
 // The stand-in calls in place what the worker thread would call after a
 // message (line reset, request entry, monitor registry) and what the inbound
 // export runs during the rendezvous (the dispatcher with the bridge's
-// converters). There is no worker thread, no rendezvous and no Windows event
-// log here: every callback runs inside the export that caused it.
+// converters). There is no worker thread, no rendezvous, no catch-all around
+// a handler (an exception fails the test), no cut of device texts to the
+// thread message's 12 bytes and no Windows event log here: every callback
+// runs inside the export that caused it.
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <mutex>
 
 #include "bridge/converters.h"
@@ -41,29 +43,19 @@ uint32_t K3_CALL LineOpenExport(uint32_t line, uint32_t version, K3_REPLY_CALLBA
 
 uint32_t K3_CALL DevSpecificExport(uint32_t line, uint32_t requestId, void *block, uint32_t size) {
   if (!block || size == 0 || !LineOpen()) return K3_RESULT_NOT_QUEUED;
-  try {  // the worker's catch-all completes a request whose handling threw
-    k3::ProcessDevSpecificRequest(line, requestId, static_cast<uint8_t *>(block), size);
-  } catch (...) {
-    k3::SendReply(line, requestId, K3_RESULT_FAILED);
-  }
+  k3::ProcessDevSpecificRequest(line, requestId, static_cast<uint8_t *>(block), size);
   return 0;
 }
 
 int32_t K3_CALL FromVortaExport(uint32_t line, const void *message) {
-  try {
-    return k3::DispatchInbound(line, static_cast<const CSTA3V6::CSTAMsg *>(message));
-  } catch (...) {
-    return 0;
-  }
+  return k3::DispatchInbound(line, static_cast<const CSTA3V6::CSTAMsg *>(message));
 }
 
 uint32_t K3_CALL MonitorStartExport(uint32_t line, const char *device, const void *crossRefId) {
   if (!LineOpen()) return K3_RESULT_NOT_QUEUED;
-  char text[12];  // the room the thread message gives the device text
-  std::snprintf(text, sizeof text, "%s", device ? device : "");
   AsnOcts xref;
   if (auto *x = static_cast<const AsnOcts *>(crossRefId)) xref.Set(x->Octs(), x->Len());
-  k3::MonitorStartHandler(line, text, xref);
+  k3::MonitorStartHandler(line, device, xref);
   return 0;
 }
 
@@ -107,7 +99,6 @@ void Play(const char *name) {
   }
   k3host::g_sendAccept = 1;
   k3::ResetAllForLoad();
-  k3::g_callbacks = {};
   k3::Portable().Clear();
   k3::Portable().SetTick(0xFFFFFFFFu - 30000);
   k3::RegisterInboundConverters();
@@ -132,7 +123,6 @@ void Play(const char *name) {
   runner.RunFile(files[0].first, files[0].second);
   EXPECT_EQ(runner.Summary(), 0);
   EXPECT_EQ(runner.ExpectationsMet(), expectations);
-  k3::SetInboundConverters(nullptr);
 }
 
 TEST(NativeScenario, DefaultScenarioMeetsEveryExpectation) { Play("default.scn"); }
