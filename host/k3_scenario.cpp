@@ -52,17 +52,10 @@ int main(int argc, char **argv) {
   char version[64] = {0};
   dll.lib2(version);
   std::printf("Kestrel3.dll loaded from %s, message model \"%s\"\n", dllPath, version);
-  LibraryExports lib;
-  lib.lineOpen = dll.lineOpen;
-  lib.devSpecific = dll.devSpecific;
-  lib.fromVorta = dll.fromVorta;
-  lib.monitorStart = dll.monitorStart;
-  lib.monitorStop = dll.monitorStop;
-  lib.monitorClear = dll.monitorClear;
   SteadyClock clock;
   int status;
   {
-    ScenarioRunner runner(lib, clock, ber);
+    ScenarioRunner runner(dll, clock, ber);
     for (auto &sc : scenarios) runner.RunFile(sc.first, sc.second);
     status = runner.Summary();
   }

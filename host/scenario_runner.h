@@ -15,21 +15,10 @@
 #include <utility>
 #include <vector>
 
+#include "host/k3_exports.h"
 #include "host/scenario.h"
-#include "kestrel3.h"
 
 namespace k3host {
-
-// The exports the runner calls. It registers the callbacks of
-// k3_scenario_log.h at line open.
-struct LibraryExports {
-  PFN_fn_vrt_lineOpenAndSelectExtVersion lineOpen = nullptr;
-  PFN_fn_vrt_lineDevSpecific devSpecific = nullptr;
-  PFN_fn_vrt_CSTAfromVorta fromVorta = nullptr;
-  PFN_fn_vrt_MonitorStart monitorStart = nullptr;
-  PFN_fn_vrt_MonitorStop monitorStop = nullptr;
-  PFN_fn_vrt_MonitorClear monitorClear = nullptr;
-};
 
 // How the runner waits for the library.
 class Clock {
@@ -50,6 +39,8 @@ class SteadyClock : public Clock {
 
 class RunnerImpl;
 
+// Plays scenario files through the exports; it registers the callbacks of
+// k3_scenario_log.h at line open.
 class ScenarioRunner {
  public:
   ScenarioRunner(const LibraryExports &lib, Clock &clock, bool ber);
