@@ -10,16 +10,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "host/k3_exports.h"
 #include "kestrel3.h"
 
-struct K3Dll {
+struct K3Dll : k3host::LibraryExports {
   HMODULE h = nullptr;
-  PFN_fn_vrt_lineOpenAndSelectExtVersion lineOpen = nullptr;
-  PFN_fn_vrt_lineDevSpecific devSpecific = nullptr;
-  PFN_fn_vrt_CSTAfromVorta fromVorta = nullptr;
-  PFN_fn_vrt_MonitorStart monitorStart = nullptr;
-  PFN_fn_vrt_MonitorStop monitorStop = nullptr;
-  PFN_fn_vrt_MonitorClear monitorClear = nullptr;
   PFN_fn_DLL_GetVersionOfLib2 lib2 = nullptr;
 
   // False, with the reason on stderr, when the library or one export is missing.

@@ -10,7 +10,7 @@ using namespace CSTA3V6;
 std::mutex g_lock;
 std::condition_variable g_changed;
 std::vector<Happening> g_log;
-volatile LONG g_sendAccept = 1;
+std::atomic<int> g_sendAccept{1};
 
 namespace {
 

