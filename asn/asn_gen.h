@@ -163,17 +163,18 @@ enum GenFieldFlags : uint16_t {
                     // decoded on trial, and on failure the tag goes on to the next
 };
 
-// One component of a SEQUENCE / SET, or one alternative of a CHOICE.
+// One component of a SEQUENCE / SET, or one alternative of a CHOICE. What
+// every decode and encode reads comes first, in 24 octets; the row is 48.
 struct GenField {
-  const char *name;
   const GenOps *ops;
   uint32_t offset;     // member offset (SEQUENCE); unused for CHOICE alternatives
   AsnTag tag;          // tag written in front of the member; 0: untagged CHOICE or open type
-  const AsnTag *tags;  // untagged CHOICE: accepted tags, 0-terminated
   uint16_t flags;
   int16_t definedBy;   // open type: index of the component holding the value
-  GenFactory factory;  // open type
   int errMissing;      // code of the missing-component site (mandatory SEQUENCE components)
+  const char *name;
+  const AsnTag *tags;  // untagged CHOICE: accepted tags, 0-terminated
+  GenFactory factory;  // open type
 };
 
 struct GenSeqInfo {

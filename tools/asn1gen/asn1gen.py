@@ -154,7 +154,7 @@ def emit_parts(model, outdir, parts):
 
 
 def field_entry(model, c, comp, ct, idx_of, trial):
-    """One GenField row: name, class ops, offset, tag, tag list, flags, open-type wiring, error code."""
+    """One GenField row: class ops, offset, tag, flags, open-type index, error code, name, tag list, factory."""
     t = comp.type
     flags = []
     if comp.name in trial:
@@ -179,9 +179,9 @@ def field_entry(model, c, comp, ct, idx_of, trial):
         if tag == 0:
             tags = 'k%s_%s_tags' % (c.name, mname(comp.name))
     offset = 'offsetof(%s, %s)' % (c.name, mname(comp.name)) if c.type.kind != 'CHOICE' else '0'
-    return '  {"%s", %s, %s, %s, %s, %s, %d, %s, %d}' % (
-        comp.name, ops, offset, tagc(tag), tags, '|'.join(flags) or '0', definedby, factory,
-        c.codes.get(comp.name, 0))
+    return '  {%s, %s, %s, %s, %d, %d, "%s", %s, %s}' % (
+        ops, offset, tagc(tag), '|'.join(flags) or '0', definedby, c.codes.get(comp.name, 0), comp.name, tags,
+        factory)
 
 
 def constructed_impl(model, c):
