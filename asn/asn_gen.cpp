@@ -70,16 +70,62 @@ K3_INLINE bool TagMatches(const GenField &f, AsnTag tag) {
   return false;
 }
 
+// The member routines by kind: tables and primitives called directly, the
+// rest through the class's GenOps.
+K3_INLINE AsnLen EncContentOf(const GenOps *ops, const AsnType *v, AsnBuf &b) {
+  switch (ops->contentKind) {
+    case GK_SEQ: return GenSeqBEncContent(*static_cast<const GenSeqInfo *>(ops->info), v, b);
+    case GK_CHOICE: return GenChoiceBEncContent(*static_cast<const GenChoiceInfo *>(ops->info), v, b);
+    case GK_INT: return static_cast<const AsnInt *>(v)->AsnInt::BEncContent(b);
+    case GK_OCTS: return static_cast<const AsnOcts *>(v)->AsnOcts::BEncContent(b);
+    case GK_BOOL: return static_cast<const AsnBool *>(v)->AsnBool::BEncContent(b);
+    case GK_NULL: return 0;
+    case GK_BITS: return static_cast<const AsnBits *>(v)->AsnBits::BEncContent(b);
+    case GK_OID: return static_cast<const AsnOid *>(v)->AsnOid::BEncContent(b);
+    default: return ops->encContent(v, b);
+  }
+}
+
+K3_INLINE AsnLen EncWholeOf(const GenOps *ops, const AsnType *v, AsnBuf &b) {
+  switch (ops->wholeKind) {
+    case GK_SEQ: return GenSeqBEnc(*static_cast<const GenSeqInfo *>(ops->info), v, b);
+    case GK_CHOICE: return GenChoiceBEnc(*static_cast<const GenChoiceInfo *>(ops->info), v, b);
+    default: return ops->enc(v, b);
+  }
+}
+
+K3_INLINE void DecContentOf(const GenOps *ops, AsnType *v, AsnBuf &b, AsnTag tag, AsnLen len, AsnLen &n) {
+  switch (ops->contentKind) {
+    case GK_SEQ: return GenSeqBDecContent(*static_cast<const GenSeqInfo *>(ops->info), v, b, tag, len, n);
+    case GK_CHOICE: return GenChoiceBDecContent(*static_cast<const GenChoiceInfo *>(ops->info), v, b, tag, len, n);
+    case GK_INT: return static_cast<AsnInt *>(v)->AsnInt::BDecContent(b, tag, len, n);
+    case GK_OCTS: return static_cast<AsnOcts *>(v)->AsnOcts::BDecContent(b, tag, len, n);
+    case GK_BOOL: return static_cast<AsnBool *>(v)->AsnBool::BDecContent(b, tag, len, n);
+    case GK_NULL: return static_cast<AsnNull *>(v)->AsnNull::BDecContent(b, tag, len, n);
+    case GK_BITS: return static_cast<AsnBits *>(v)->AsnBits::BDecContent(b, tag, len, n);
+    case GK_OID: return static_cast<AsnOid *>(v)->AsnOid::BDecContent(b, tag, len, n);
+    default: return ops->decContent(v, b, tag, len, n);
+  }
+}
+
+K3_INLINE void DecWholeOf(const GenOps *ops, AsnType *v, AsnBuf &b, AsnLen &n) {
+  switch (ops->wholeKind) {
+    case GK_SEQ: return GenSeqBDec(*static_cast<const GenSeqInfo *>(ops->info), v, b, n);
+    case GK_CHOICE: return GenChoiceBDec(*static_cast<const GenChoiceInfo *>(ops->info), v, b, n);
+    default: return ops->dec(v, b, n);
+  }
+}
+
 K3_INLINE AsnLen EncMember(const GenField &f, const GenOps *ops, const AsnType *v, AsnBuf &b) {
   AsnLen l;
   if (f.flags & GF_EXPLICIT) {
-    l = ops->enc(v, b);
+    l = EncWholeOf(ops, v, b);
     l += BEncDefLenQuick(b, l);
     l += GenPutTag(b, f.tag);
   } else if (f.tag == 0) {
-    l = ops->enc(v, b);  // untagged CHOICE or open type: its own encoding
+    l = EncWholeOf(ops, v, b);  // untagged CHOICE or open type: its own encoding
   } else {
-    l = ops->encContent(v, b);
+    l = EncContentOf(ops, v, b);
     l += BEncDefLenQuick(b, l);
     l += GenPutTag(b, f.tag);
   }
@@ -93,11 +139,11 @@ K3_INLINE void DecMemberBody(const GenField &f, const GenOps *ops, AsnType *v, A
                    AsnLen &local, int errLength) {
   if (f.flags & GF_EXPLICIT) {
     AsnLen inner = 0;
-    ops->dec(v, b, inner);
+    DecWholeOf(ops, v, b, inner);
     GenExplicitEnd(b, len, inner, errLength);
     local += inner;
   } else {
-    ops->decContent(v, b, tag, len, local);
+    DecContentOf(ops, v, b, tag, len, local);
   }
 }
 
@@ -115,8 +161,8 @@ K3_INLINE bool AtEnd(AsnBuf &b, AsnLen len, AsnLen local) {
 
 }  // namespace
 
-const GenOps kGenUnknownOps = {UnknownCreate, UnknownAssign,     UnknownEnc, UnknownEnc,
-                               UnknownDec,    UnknownDecContent, &typeid(AsnType)};
+const GenOps kGenUnknownOps = {UnknownCreate, UnknownAssign,     UnknownEnc,       UnknownEnc, UnknownDec,
+                               UnknownDecContent, &typeid(AsnType), GK_OTHER, GK_OTHER, nullptr};
 
 AsnLen GenPutTagLong(AsnBuf &b, AsnTag tag) {
   unsigned char o[4] = {uint8_t(tag >> 24), uint8_t(tag >> 16), uint8_t(tag >> 8), uint8_t(tag)};
@@ -186,13 +232,10 @@ void GenSeqAssign(const GenSeqInfo &ti, AsnType *dst, const AsnType *src) {
 }
 
 void GenSeqFree(const GenSeqInfo &ti, AsnType *obj) {
-  for (uint16_t i = 0; i < ti.count; ++i) {
-    const GenField &f = ti.fields[i];
-    if (f.flags & GF_PTR) {
-      AsnType *&p = *At<AsnType *>(obj, f.offset);
-      delete p;
-      p = nullptr;
-    }
+  for (uint16_t i = 0; i < ti.ptrCount; ++i) {
+    AsnType *&p = *At<AsnType *>(obj, ti.ptrOffsets[i]);
+    delete p;
+    p = nullptr;
   }
 }
 
@@ -273,7 +316,7 @@ void GenSeqBDecContent(const GenSeqInfo &ti, AsnType *obj, AsnBuf &b, AsnTag, As
       AsnType *&p = *At<AsnType *>(obj, f.offset);
       delete p;
       p = ops->create();
-      ops->dec(p, b, local);
+      DecWholeOf(ops, p, b, local);
       continue;
     }
     if (!inHand && !AtEnd(b, len, local)) {

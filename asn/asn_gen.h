@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <typeinfo>
 
 #include "asn/asn.h"
@@ -14,6 +15,17 @@
 #include "asn/asn_tags.h"
 
 namespace CSTA3V6 {
+
+struct GenSeqInfo;
+struct GenChoiceInfo;
+
+// How the shared loop codes a member class without calling through GenOps:
+// a generated SEQUENCE / SET or CHOICE through its table, a primitive through
+// its own content routines (named INTEGER and ENUMERATED types share
+// AsnInt's); anything else (lists, retagged and explicitly tagged classes,
+// unknown open types) through the function pointers.
+constexpr uint8_t GK_OTHER = 0, GK_SEQ = 1, GK_CHOICE = 2, GK_INT = 3, GK_OCTS = 4, GK_BOOL = 5, GK_NULL = 6,
+                  GK_BITS = 7, GK_OID = 8;
 
 // What the generic code needs to know about a member class.
 struct GenOps {
@@ -24,6 +36,68 @@ struct GenOps {
   void (*dec)(AsnType *v, AsnBuf &b, AsnLen &bytesDecoded);
   void (*decContent)(AsnType *v, AsnBuf &b, AsnTag tag, AsnLen len, AsnLen &bytesDecoded);
   const std::type_info *type;
+  uint8_t contentKind;  // kind (GK_) of BEncContent / BDecContent
+  uint8_t wholeKind;    // kind (GK_) of BEnc / BDec (GK_SEQ, GK_CHOICE or GK_OTHER)
+  const void *info;     // the GenSeqInfo / GenChoiceInfo of GK_SEQ and GK_CHOICE
+};
+
+// The class that declares a member function (the class itself, or the base
+// whose routine it inherits).
+template <class M>
+struct GenDeclaringClass;
+template <class C, class R, class... A>
+struct GenDeclaringClass<R (C::*)(A...)> {
+  using type = C;
+};
+template <class C, class R, class... A>
+struct GenDeclaringClass<R (C::*)(A...) const> {
+  using type = C;
+};
+
+// True for a generated SEQUENCE / SET / CHOICE class C itself (GenSelf names
+// C; classes derived from it inherit a GenSelf that is not their own).
+template <class C, class = void>
+struct GenIsTabled : std::false_type {};
+template <class C>
+struct GenIsTabled<C, std::void_t<typename C::GenSelf>> : std::is_same<typename C::GenSelf, C> {};
+
+template <class C>
+constexpr uint8_t GenKindOfClass() {
+  if constexpr (GenIsTabled<C>::value) {
+    return std::is_same<decltype(C::genInfo), const GenSeqInfo>::value ? GK_SEQ : GK_CHOICE;
+  } else {
+    return std::is_same<C, AsnInt>::value    ? GK_INT
+           : std::is_same<C, AsnOcts>::value ? GK_OCTS
+           : std::is_same<C, AsnBool>::value ? GK_BOOL
+           : std::is_same<C, AsnNull>::value ? GK_NULL
+           : std::is_same<C, AsnBits>::value ? GK_BITS
+           : std::is_same<C, AsnOid>::value  ? GK_OID
+                                             : GK_OTHER;
+  }
+}
+
+// The kind of a pair of routines (encode and decode): that of the class
+// declaring both, GK_OTHER when they come from different classes.
+template <class EncFn, class DecFn>
+constexpr uint8_t GenKindOfPair() {
+  using E = typename GenDeclaringClass<EncFn>::type;
+  using D = typename GenDeclaringClass<DecFn>::type;
+  return std::is_same<E, D>::value ? GenKindOfClass<E>() : GK_OTHER;
+}
+
+template <class T>
+struct GenKindsOf {
+  static constexpr uint8_t content = GenKindOfPair<decltype(&T::BEncContent), decltype(&T::BDecContent)>();
+  static constexpr uint8_t whole0 = GenKindOfPair<decltype(&T::BEnc), decltype(&T::BDec)>();
+  static constexpr uint8_t whole = whole0 == GK_SEQ || whole0 == GK_CHOICE ? whole0 : GK_OTHER;
+  static constexpr const void *Info() {
+    using C = typename GenDeclaringClass<decltype(&T::BEncContent)>::type;
+    if constexpr (GenIsTabled<C>::value) {
+      return &C::genInfo;
+    } else {
+      return nullptr;
+    }
+  }
 };
 
 template <class T>
@@ -39,7 +113,8 @@ struct GenOpsOf {
   static const GenOps ops;
 };
 template <class T>
-const GenOps GenOpsOf<T>::ops = {Create, Assign, Enc, EncContent, Dec, DecContent, &typeid(T)};
+const GenOps GenOpsOf<T>::ops = {Create,     Assign,     Enc, EncContent, Dec, DecContent, &typeid(T),
+                                 GenKindsOf<T>::content, GenKindsOf<T>::whole, GenKindsOf<T>::Info()};
 
 // An anonymous SEQUENCE OF under an explicit tag: the list's own encoding is
 // the universal SEQUENCE tag around its elements.
@@ -68,7 +143,8 @@ struct GenOpsOf<AsnList<T>> {
   static const GenOps ops;
 };
 template <class T>
-const GenOps GenOpsOf<AsnList<T>>::ops = {Create, Assign, Enc, EncContent, Dec, DecContent, &typeid(AsnList<T>)};
+const GenOps GenOpsOf<AsnList<T>>::ops = {Create,     Assign, Enc, EncContent, Dec, DecContent, &typeid(AsnList<T>),
+                                          GK_OTHER, GK_OTHER, nullptr};
 
 // The placeholder of an unknown open type: prints "Unknown operation-value",
 // copies as nothing, encodes and decodes nothing.
@@ -87,17 +163,18 @@ enum GenFieldFlags : uint16_t {
                     // decoded on trial, and on failure the tag goes on to the next
 };
 
-// One component of a SEQUENCE / SET, or one alternative of a CHOICE.
+// One component of a SEQUENCE / SET, or one alternative of a CHOICE. What
+// every decode and encode reads comes first, in 24 octets; the row is 48.
 struct GenField {
-  const char *name;
   const GenOps *ops;
   uint32_t offset;     // member offset (SEQUENCE); unused for CHOICE alternatives
   AsnTag tag;          // tag written in front of the member; 0: untagged CHOICE or open type
-  const AsnTag *tags;  // untagged CHOICE: accepted tags, 0-terminated
   uint16_t flags;
   int16_t definedBy;   // open type: index of the component holding the value
-  GenFactory factory;  // open type
   int errMissing;      // code of the missing-component site (mandatory SEQUENCE components)
+  const char *name;
+  const AsnTag *tags;  // untagged CHOICE: accepted tags, 0-terminated
+  GenFactory factory;  // open type
 };
 
 struct GenSeqInfo {
@@ -107,6 +184,8 @@ struct GenSeqInfo {
   uint16_t count;
   int errLength;
   int errTag;
+  const uint32_t *ptrOffsets;  // offsets of the pointer members, for destruction
+  uint16_t ptrCount;
 };
 
 struct GenChoiceInfo {

@@ -4,8 +4,6 @@
 
 namespace CSTA3V6 {
 
-AsnType::~AsnType() = default;
-
 void AsnType::Print(AsnPrintStream &os) const {
   if (!os.atLineStart) {
     os.Newline();

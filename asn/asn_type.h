@@ -17,7 +17,7 @@ class AsnType {
   AsnType() = default;
   AsnType(const AsnType &) = default;
   AsnType &operator=(const AsnType &) = default;
-  virtual ~AsnType();
+  virtual ~AsnType() = default;
   // Stands in for a value of unknown class: "Unknown operation-value" on a line
   // of its own at the current indent.
   virtual void Print(AsnPrintStream &os) const;

@@ -70,6 +70,10 @@ const Row kRows[] = {
     {"implicit over explicit", &Through<Outer>, "30 0A A6 03 02 01 07 A5 03 02 01 08", nullptr, nullptr},
     {"implicit over explicit, primitive", &Through<Outer>, "30 03 86 01 07", nullptr, "missing non-optional elmt 'w'"},
     {"explicit tag from another module", &Through<Reuse>, "30 0A A5 03 02 01 01 A7 03 02 01 02", nullptr, nullptr},
+    // [9] around Stamped's own 63 (not Pair's 30); [10] in place of Sealed's [8]
+    // around Pair's whole encoding.
+    {"derived from a SEQUENCE", &Through<Carrier>, "30 14 A9 08 63 06 02 01 01 02 01 02 AA 08 30 06 02 01 03 02 01 04",
+     nullptr, nullptr},
     // Two optional SEQUENCEs: the first is tried and gives way.
     {"trial, tail", &Through<Ambiguous>, "30 0B 30 09 02 01 01 02 01 02 02 01 03", nullptr, nullptr},
     {"trial, head", &Through<Ambiguous>, "30 08 30 06 02 01 01 02 01 02", nullptr, nullptr},

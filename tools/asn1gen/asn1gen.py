@@ -93,24 +93,25 @@ def class_decl(model, c):
     if k in ('SEQUENCE', 'SET'):
         members = ['  %s %s;\n' % (ct, mname(comp.name)) if model.holding(comp, ct) == 'value'
                    else '  %s *%s = nullptr;\n' % (ct, mname(comp.name)) for comp, ct in c.fields]
-        return constructed_decl(c.name, ''.join(members))
+        return constructed_decl(c.name, ''.join(members), 'GenSeqInfo')
     if k == 'CHOICE':
         s = '  enum ChoiceIdEnum : uint32_t {\n'
         s += ',\n'.join('    %sCid = %d' % (mname(comp.name).rstrip('_'), i) for i, (comp, _) in enumerate(c.fields))
         s += '\n  };\n  ChoiceIdEnum choiceId = ChoiceIdEnum(0);\n  union {\n    AsnType *alternative = nullptr;\n'
         s += ''.join('    %s *%s;\n' % (ct, mname(comp.name)) for comp, ct in c.fields)
-        return constructed_decl(c.name, s + '  };\n')
+        return constructed_decl(c.name, s + '  };\n', 'GenChoiceInfo')
     return derived_decl(model, c)
 
 
-def constructed_decl(n, members):
-    """A SEQUENCE, SET or CHOICE class: its members and the codec of asn_gen.h."""
+def constructed_decl(n, members, info):
+    """A SEQUENCE, SET or CHOICE class: its members, its table and the codec of asn_gen.h."""
     return ('class %s : public AsnType {\n public:\n%s\n  %s() = default;\n'
             '  %s(const %s &o);\n  %s &operator=(const %s &o);\n  ~%s() override;\n'
             '  AsnLen BEnc(AsnBuf &b) const;\n  AsnLen BEncContent(AsnBuf &b) const;\n'
             '  void BDec(AsnBuf &b, AsnLen &bytesDecoded);\n'
             '  void BDecContent(AsnBuf &b, AsnTag tagId, AsnLen elmtLen, AsnLen &bytesDecoded);\n'
-            '  void Print(AsnPrintStream &os) const override;\n};\n\n') % (n, members, n, n, n, n, n, n)
+            '  void Print(AsnPrintStream &os) const override;\n'
+            '  using GenSelf = %s;\n  static const %s genInfo;\n};\n\n') % (n, members, n, n, n, n, n, n, n, info)
 
 
 def own_codec(c):
@@ -153,7 +154,7 @@ def emit_parts(model, outdir, parts):
 
 
 def field_entry(model, c, comp, ct, idx_of, trial):
-    """One GenField row: name, class ops, offset, tag, tag list, flags, open-type wiring, error code."""
+    """One GenField row: class ops, offset, tag, flags, open-type index, error code, name, tag list, factory."""
     t = comp.type
     flags = []
     if comp.name in trial:
@@ -178,9 +179,9 @@ def field_entry(model, c, comp, ct, idx_of, trial):
         if tag == 0:
             tags = 'k%s_%s_tags' % (c.name, mname(comp.name))
     offset = 'offsetof(%s, %s)' % (c.name, mname(comp.name)) if c.type.kind != 'CHOICE' else '0'
-    return '  {"%s", %s, %s, %s, %s, %s, %d, %s, %d}' % (
-        comp.name, ops, offset, tagc(tag), tags, '|'.join(flags) or '0', definedby, factory,
-        c.codes.get(comp.name, 0))
+    return '  {%s, %s, %s, %s, %d, %d, "%s", %s, %s}' % (
+        ops, offset, tagc(tag), '|'.join(flags) or '0', definedby, c.codes.get(comp.name, 0), comp.name, tags,
+        factory)
 
 
 def constructed_impl(model, c):
@@ -199,14 +200,19 @@ def constructed_impl(model, c):
         n, ',\n'.join(field_entry(model, c, comp, ct, idx_of, trial) for comp, ct in c.fields)))
     own = model.tag_of(c.type, c.module)[0]  # 0 for an untagged CHOICE
     if k == 'CHOICE':
-        out.append('static const GenChoiceInfo k%s_info = {"%s", offsetof(%s, choiceId), offsetof(%s, alternative), '
+        out.append('const GenChoiceInfo %s::genInfo = {"%s", offsetof(%s, choiceId), offsetof(%s, alternative), '
                    '%s, k%s_fields, %d, %d, %d};\n' % (n, n, n, n, tagc(own), n, len(c.fields), c.codes['#choice'],
                                                       c.codes.get('#tag', 0)))
-        out.append('K3_GEN_CHOICE(%s, k%s_info)\n' % (n, n))
+        out.append('K3_GEN_CHOICE(%s, %s::genInfo)\n' % (n, n))
     else:
-        out.append('static const GenSeqInfo k%s_info = {"%s", %s, k%s_fields, %d, %d, %d};\n' % (
-            n, n, tagc(own), n, len(c.fields), c.codes['#len'], c.codes['#tag']))
-        out.append('K3_GEN_SEQUENCE(%s, k%s_info)\n' % (n, n))
+        ptrs = [mname(comp.name) for comp, ct in c.fields if model.holding(comp, ct) == 'ptr']
+        if ptrs:
+            out.append('static const uint32_t k%s_ptrs[] = {%s};\n' % (
+                n, ', '.join('offsetof(%s, %s)' % (n, m) for m in ptrs)))
+        out.append('const GenSeqInfo %s::genInfo = {"%s", %s, k%s_fields, %d, %d, %d, %s, %d};\n' % (
+            n, n, tagc(own), n, len(c.fields), c.codes['#len'], c.codes['#tag'],
+            'k%s_ptrs' % n if ptrs else 'nullptr', len(ptrs)))
+        out.append('K3_GEN_SEQUENCE(%s, %s::genInfo)\n' % (n, n))
     return out
 
 
