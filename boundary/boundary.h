@@ -88,6 +88,7 @@ struct WorkerState {
   HANDLE evFromVorta;    // "EventCSTAfromVorta": the worker is parked
   HANDLE evMainThread;   // "EventMainThread": the caller is done
   HANDLE queueReady;     // unnamed, manual reset: the worker has its message queue
+  volatile LONG queueSeen;  // queueReady was seen set; it stays set for the worker's life
   UINT_PTR timerId;      // the sweep timer, 0 while none exists
   volatile LONG stopping;  // set by StopThread before it posts the quit message
 };
@@ -138,6 +139,9 @@ void RendezvousPark(LONG ticket);
 void CloseLine(uint32_t line);
 // The worker thread exists, has its queue and has not ended.
 bool WorkerRunning();
+// True once the worker has its message queue. Looks at queueReady only until it is
+// first seen set, so a request does not pay a kernel wait for it every time.
+bool QueueReady();
 
 BOOL OnProcessAttach(HMODULE module);
 void OnProcessDetach();

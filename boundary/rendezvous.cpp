@@ -115,8 +115,7 @@ bool OwnsState() { return g_ownerSlot != TLS_OUT_OF_INDEXES && TlsGetValue(g_own
 void ClaimState() { SetOwned(true); }
 
 bool WorkerRunning() {
-  return g_worker.thread && g_worker.queueReady && WaitForSingleObject(g_worker.queueReady, 0) == WAIT_OBJECT_0 &&
-         WaitForSingleObject(g_worker.thread, 0) == WAIT_TIMEOUT;
+  return g_worker.thread && QueueReady() && WaitForSingleObject(g_worker.thread, 0) == WAIT_TIMEOUT;
 }
 
 LONG RendezvousPost(RendezvousPurpose purpose, uint32_t line, DWORD *start) {

@@ -223,10 +223,17 @@ ended:
   return 0;
 }
 
+bool QueueReady() {
+  if (g_worker.queueSeen) return true;
+  if (!g_worker.queueReady || WaitForSingleObject(g_worker.queueReady, 0) != WAIT_OBJECT_0) return false;
+  InterlockedExchange(&g_worker.queueSeen, 1);
+  return true;
+}
+
 uint32_t ThreadMessage(UINT id, WPARAM wParam, ThreadMessageRecord *record) {
   // Right after loading the worker may not have run yet (it starts once the
   // loader lets go); a post before its queue exists would be refused.
-  if (g_worker.queueReady && g_worker.thread && WaitForSingleObject(g_worker.queueReady, 0) != WAIT_OBJECT_0) {
+  if (g_worker.queueReady && g_worker.thread && !QueueReady()) {
     HANDLE waitFor[2] = {g_worker.queueReady, g_worker.thread};
     WaitForMultipleObjects(2, waitFor, FALSE, kQueueWaitMs);
   }
@@ -248,6 +255,7 @@ BOOL StartThread() {
   }
 
   g_worker.queueReady = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  InterlockedExchange(&g_worker.queueSeen, 0);
   unsigned threadId = 0;
   g_worker.thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ThreadProc, nullptr, 0, &threadId));
   if (!g_worker.thread) {
@@ -284,7 +292,7 @@ BOOL StartThread() {
 BOOL StopThread() {
   ResetEvent(g_worker.evInitialized);
   InterlockedExchange(&g_worker.stopping, 1);
-  const bool started = g_worker.queueReady && WaitForSingleObject(g_worker.queueReady, 0) == WAIT_OBJECT_0;
+  const bool started = QueueReady();
   if (PostThreadMessageA(g_worker.threadId, WM_QUIT, 0, 0)) {
     DWORD r = WaitForSingleObject(g_worker.evInitialized, kStopWaitMs);
     if (r != WAIT_OBJECT_0) {
@@ -316,6 +324,7 @@ BOOL StopThread() {
   if (g_worker.evMainThread) CloseHandle(g_worker.evMainThread);
   if (g_worker.evInitialized) CloseHandle(g_worker.evInitialized);
   if (g_worker.thread) CloseHandle(g_worker.thread);
+  InterlockedExchange(&g_worker.queueSeen, 0);
   if (g_worker.queueReady) CloseHandle(g_worker.queueReady);
   return TRUE;
 }
