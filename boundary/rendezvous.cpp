@@ -31,8 +31,13 @@ struct Waiter {
 struct Book {
   CRITICAL_SECTION lock;
   // Callers of this process take turns: one at a time waits for the worker, so
-  // the worker's signal always finds the caller it was meant for.
+  // the worker's signal always finds the caller it was meant for. The turn is
+  // the flag turnHeld, taken by compare-exchange, so a caller that finds it
+  // free makes no kernel call; the others wait on the auto-reset event turn in
+  // slices and try again after every wake or slice.
   HANDLE turn = nullptr;
+  volatile LONG turnHeld = 0;
+  volatile LONG turnWaiters = 0;
   bool ready = false;
   LONG lastTicket = 0;
   std::vector<Waiter> waiting;  // tickets posted and not yet parked for
@@ -88,12 +93,46 @@ DWORD WaitFor(HANDLE event, DWORD start, DWORD totalMs, Done done, GiveUp giveUp
   }
 }
 
+// Takes this process's turn within totalMs: WAIT_OBJECT_0 when taken, else
+// WAIT_TIMEOUT or WAIT_FAILED. A release nobody was waiting for when it looked
+// costs a waiter one slice, never the turn itself.
+DWORD TakeTurn(DWORD totalMs) {
+  if (InterlockedCompareExchange(&g_book.turnHeld, 1, 0) == 0) return WAIT_OBJECT_0;
+  InterlockedIncrement(&g_book.turnWaiters);
+  const DWORD start = GetTickCount();
+  DWORD r;
+  for (;;) {
+    if (InterlockedCompareExchange(&g_book.turnHeld, 1, 0) == 0) {
+      r = WAIT_OBJECT_0;
+      break;
+    }
+    DWORD elapsed = GetTickCount() - start;
+    if (elapsed >= totalMs) {
+      r = WAIT_TIMEOUT;
+      break;
+    }
+    DWORD left = totalMs - elapsed;
+    if (WaitForSingleObject(g_book.turn, left < kSliceMs ? left : kSliceMs) == WAIT_FAILED) {
+      r = WAIT_FAILED;
+      break;
+    }
+  }
+  InterlockedDecrement(&g_book.turnWaiters);
+  return r;
+}
+
+void GiveTurn() {
+  InterlockedExchange(&g_book.turnHeld, 0);
+  if (g_book.turnWaiters > 0) SetEvent(g_book.turn);
+}
+
 }  // namespace
 
 void OwnershipAttach() {
   if (!g_book.ready) {
     InitializeCriticalSection(&g_book.lock);
-    g_book.turn = CreateEventA(nullptr, FALSE, TRUE, nullptr);
+    g_book.turn = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    g_book.turnHeld = 0;
     g_book.ready = true;
   }
   if (g_ownerSlot == TLS_OUT_OF_INDEXES) g_ownerSlot = TlsAlloc();
@@ -121,7 +160,7 @@ bool WorkerRunning() {
 LONG RendezvousPost(RendezvousPurpose purpose, uint32_t line, DWORD *start) {
   *start = GetTickCount();
   // Wait for this process's turn within the same budget as the rendezvous.
-  DWORD r = WaitForSingleObject(g_book.turn, kRendezvousWaitMs);
+  DWORD r = TakeTurn(kRendezvousWaitMs);
   const bool turn = r == WAIT_OBJECT_0;
   // Without a turn an inbound call gives up; a close is still left to the
   // worker, in line behind the others.
@@ -142,7 +181,7 @@ LONG RendezvousPost(RendezvousPurpose purpose, uint32_t line, DWORD *start) {
     Locked l;
     DropWaiter(ticket);
   }
-  SetEvent(g_book.turn);
+  GiveTurn();
   return 0;
 }
 
@@ -173,7 +212,7 @@ void RendezvousRelease(LONG ticket, bool taken) {
     if (g_book.parkedFor == ticket) g_book.released = true;
   }
   SetEvent(g_worker.evMainThread);
-  if (ticket > 0) SetEvent(g_book.turn);
+  if (ticket > 0) GiveTurn();
 }
 
 void RendezvousPark(LONG ticket) {
